@@ -1,0 +1,23 @@
+// The host seam bound to the real clock, a real wait and a seeded pseudo-random generator.
+#pragma once
+
+#include <random>
+
+#include "platform/host.h"
+
+namespace lumivex {
+
+class SystemHost : public Host {
+ public:
+  std::chrono::system_clock::time_point Now() override;
+  LocalDateTime LocalNow() override;
+  void WaitPumpingMessages(std::chrono::milliseconds duration) override;
+  void Randomize(std::uint64_t seed) override;
+  double Random() override;
+
+ private:
+  std::mt19937_64 generator_{0};
+  std::uniform_real_distribution<double> uniform_{0.0, 1.0};
+};
+
+}  // namespace lumivex

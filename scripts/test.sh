@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# The test command: installs what is missing, builds the dev preset, runs every test (unit, then
+# the real PC/SC stack), and cross-compiles the core for 32- and 64-bit Windows.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/deps.sh
+
+jobs=$(nproc)
+echo "== dev build and unit tests"
+cmake --preset dev
+cmake --build --preset dev -j "$jobs"
+ctest --preset dev -j "$jobs"
+
+if [ -x tests/pcsc/with-pcscd.sh ] && [ -f tests/pcsc/CMakeLists.txt ]; then
+  echo "== real PC/SC stack (pcscd + vpcd + simulated card)"
+  tests/pcsc/with-pcscd.sh ctest --test-dir build/dev -L pcsc --output-on-failure
+fi
+
+for target in mingw-i686 mingw-x86_64; do
+  echo "== cross build: $target"
+  cmake --preset "$target"
+  cmake --build --preset "$target" -j "$jobs"
+done
+echo "== all tests passed"
