@@ -1,0 +1,64 @@
+// The PC/SC seam bound to a simulated reader in-process (reader "Lumivex Simulator 0"):
+// contexts, exclusive connections, attributes, status, card removal and insertion at any moment.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/pcsc_api.h"
+#include "sim/simulated_reader.h"
+
+namespace lumivex::sim {
+
+class SimulatedPcsc : public PcscApi {
+ public:
+  static constexpr const char* kDefaultReaderName = "Lumivex Simulator 0";
+
+  explicit SimulatedPcsc(std::string readerName = kDefaultReaderName, std::uint64_t seed = 1);
+
+  SimulatedReader& reader() { return reader_; }
+  const std::string& readerName() const { return readerName_; }
+  // Inserting or removing a card invalidates every existing card connection, as a real reader does.
+  void InsertCard(std::shared_ptr<SimCard> card);
+  void RemoveCard();
+  // Frames transmitted to the reader so far.
+  std::size_t transmitCount() const;
+
+  PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
+  PcscLong ReleaseContext(PcscContext context) override;
+  PcscLong ListReaders(PcscContext context, char* readers, PcscDword* length) override;
+  PcscLong Connect(PcscContext context, const std::string& reader, PcscDword shareMode,
+                   PcscDword preferredProtocols, PcscHandle* card,
+                   PcscDword* activeProtocol) override;
+  PcscLong Disconnect(PcscHandle card, PcscDword disposition) override;
+  PcscLong Status(PcscHandle card, std::string* readerName, PcscDword* state, PcscDword* protocol,
+                  std::uint8_t* atr, PcscDword* atrLength) override;
+  PcscLong GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
+                     PcscDword* length) override;
+  PcscLong Transmit(PcscHandle card, const PcscIoRequest* sendPci, const std::uint8_t* sendBuffer,
+                    PcscDword sendLength, PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
+                    PcscDword* recvLength) override;
+
+ private:
+  struct Connection {
+    PcscContext context = 0;
+    PcscDword shareMode = 0;
+    PcscDword protocol = 0;
+    std::uint64_t cardGeneration = 0;  // the insertion this connection belongs to
+  };
+
+  mutable std::mutex mutex_;
+  std::string readerName_;
+  SimulatedReader reader_;
+  std::uint64_t cardGeneration_ = 0;
+  std::map<PcscContext, bool> contexts_;
+  std::map<PcscHandle, Connection> connections_;
+  PcscContext nextContext_ = 0x1000;
+  PcscHandle nextHandle_ = 0x2000;
+  std::size_t transmits_ = 0;
+};
+
+}  // namespace lumivex::sim

@@ -1,0 +1,37 @@
+// A host seam in virtual time: waits advance the clock instantly, random numbers are seeded.
+#pragma once
+
+#include <chrono>
+#include <random>
+
+#include "platform/host.h"
+
+namespace lumivex::test {
+
+class VirtualHost : public Host {
+ public:
+  std::chrono::system_clock::time_point Now() override { return now_; }
+  LocalDateTime LocalNow() override { return local_; }
+  void WaitPumpingMessages(std::chrono::milliseconds duration) override {
+    waited_ += duration;
+    ++waits_;
+    now_ += duration + std::chrono::milliseconds(1);
+  }
+  void Randomize(std::uint64_t seed) override { generator_.seed(seed); }
+  double Random() override { return uniform_(generator_); }
+
+  void SetLocalNow(const LocalDateTime& t) { local_ = t; }
+  void Advance(std::chrono::milliseconds d) { now_ += d; }
+  std::chrono::milliseconds waited() const { return waited_; }
+  int waits() const { return waits_; }
+
+ private:
+  std::chrono::system_clock::time_point now_{std::chrono::hours(24 * 365 * 50)};
+  LocalDateTime local_{2026, 11, 21, 9, 30, 0};
+  std::chrono::milliseconds waited_{0};
+  int waits_ = 0;
+  std::mt19937_64 generator_{42};
+  std::uniform_real_distribution<double> uniform_{0.0, 1.0};
+};
+
+}  // namespace lumivex::test
