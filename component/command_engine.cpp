@@ -223,8 +223,8 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
       Trace("Error, hCard = 0, no card under antenna");
       Response = "";
       SetLastError({.Number = err::kEncoderEmpty,
-                     .Description = "No card in encoder",
-                     .ComFunction = "EncoderCommand"});
+                    .Description = "No card in encoder",
+                    .ComFunction = "EncoderCommand"});
     } else {
       std::size_t frames = 0;
       std::array<std::uint8_t, kReceiveBufferSize> buffer{};
@@ -315,7 +315,8 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
         }
         if (StatusWord == "91AF" && AutoContinue) {
           // The card has more to send: ask for it, within bounds.
-          if (frames >= kMaxChainFrames || (accumulated.size() + Response.size()) / 2 >= kMaxChainBytes) {
+          if (frames >= kMaxChainFrames ||
+              (accumulated.size() + Response.size()) / 2 >= kMaxChainBytes) {
             Trace("Continuation chain too long");
           } else {
             command = cmd::ContinueResponse;
@@ -355,8 +356,9 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
     result = sceError;
   }
   lastStatusWord_ = StatusWord;
-  Trace(std::string("<-- EncoderCommand returns: ") +
-        (result == sceSuccess ? "Success" : result == sceError ? "Error" : "Canceled"));
+  Trace(std::string("<-- EncoderCommand returns: ") + (result == sceSuccess ? "Success"
+                                                       : result == sceError ? "Error"
+                                                                            : "Canceled"));
   return result;
 }
 

@@ -216,7 +216,9 @@ void Encoder::WriteLog(const std::string& sMessage) {
   }
 }
 
-void Encoder::SetTraceSink(TraceSink sink) { traceSink_ = std::move(sink); }
+void Encoder::SetTraceSink(TraceSink sink) {
+  traceSink_ = std::move(sink);
+}
 
 void Encoder::SetOpenWait(std::chrono::milliseconds wait) {
   openWait_ = std::max(wait, std::chrono::milliseconds(0));
@@ -249,7 +251,9 @@ void Encoder::FinishLastError(const std::string& FunctionName) {
   if (!cf.empty()) record.RdrCommand(rc.empty() ? cf : cf + ":" + rc);
 }
 
-void Encoder::Trace(const std::string& line) { WriteLog(line); }
+void Encoder::Trace(const std::string& line) {
+  WriteLog(line);
+}
 
 void Encoder::RememberSecret(const std::string& hex) {
   std::string secret;

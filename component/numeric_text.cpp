@@ -9,8 +9,12 @@ namespace lumivex {
 
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 }  // namespace
 
@@ -23,7 +27,8 @@ double LeadingNumber(std::string_view text) {
   std::string number;
   std::size_t i = 0;
   bool negative = false;
-  if (i < compact.size() && (compact[i] == '+' || compact[i] == '-')) negative = compact[i++] == '-';
+  if (i < compact.size() && (compact[i] == '+' || compact[i] == '-'))
+    negative = compact[i++] == '-';
   bool digits = false;
   while (i < compact.size() && IsDigit(compact[i])) {
     number += compact[i++];
@@ -39,8 +44,8 @@ double LeadingNumber(std::string_view text) {
   if (!digits) return 0.0;
   // An exponent counts only when digits follow it ("1e" reads as 1); D is the double-precision
   // exponent letter some hosts write.
-  if (i < compact.size() && (compact[i] == 'e' || compact[i] == 'E' || compact[i] == 'd' ||
-                             compact[i] == 'D')) {
+  if (i < compact.size() &&
+      (compact[i] == 'e' || compact[i] == 'E' || compact[i] == 'd' || compact[i] == 'D')) {
     std::size_t j = i + 1;
     std::string exponent = "e";
     if (j < compact.size() && (compact[j] == '+' || compact[j] == '-')) exponent += compact[j++];
@@ -55,8 +60,8 @@ double LeadingNumber(std::string_view text) {
   (void)end;
   if (error == std::errc::result_out_of_range) {
     // Too large a magnitude saturates; too small a one is zero.
-    const bool huge = number.find('e') != std::string::npos &&
-                      number.find("e-") == std::string::npos;
+    const bool huge =
+        number.find('e') != std::string::npos && number.find("e-") == std::string::npos;
     value = huge ? std::numeric_limits<double>::infinity() : 0.0;
   }
   return negative ? -value : value;

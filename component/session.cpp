@@ -16,7 +16,9 @@ namespace {
 
 constexpr std::size_t kMaxAtrLength = 64;  // an ATR has at most 33 bytes
 
-std::string ScardText(PcscLong result) { return SCardErrorText(ScardNumber(result)); }
+std::string ScardText(PcscLong result) {
+  return SCardErrorText(ScardNumber(result));
+}
 
 bool IsNoCard(PcscLong result) {
   switch (ScardCode(result)) {
