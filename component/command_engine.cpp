@@ -2,7 +2,6 @@
 // which fills a command's template, transmits it, splits the answer and judges its status word.
 #include <array>
 #include <cctype>
-#include <cstdio>
 #include <stdexcept>
 
 #include "component/encoder.h"
@@ -19,7 +18,7 @@ constexpr PcscDword kReceiveBufferSize = 4096;
 constexpr PcscDword kSendPciLength = 8;
 // A card that keeps answering 91AF must not hold the host forever nor fill its memory.
 constexpr std::size_t kMaxChainFrames = 1024;
-constexpr std::size_t kMaxChainBytes = 1024 * 1024;
+constexpr std::size_t kMaxChainBytes = std::size_t{1024} * 1024;
 
 // How a placeholder gets its value.
 enum class Fill {
@@ -166,12 +165,11 @@ const CommandInfo& Lookup(std::int32_t code) {
   return kUnknown;
 }
 
-// Two upper-case hexadecimal digits of a number: a leading "0" added, the last two digits kept.
+// Two upper-case hexadecimal digits of a number: a leading "0" added to its hexadecimal form and
+// the last two digits kept, which is its low byte (two's complement for negative numbers).
 std::string TwoHexDigits(std::int32_t value) {
-  std::array<char, 12> digits{};
-  std::snprintf(digits.data(), digits.size(), "0%X", static_cast<unsigned>(value));
-  const std::string text = digits.data();
-  return text.substr(text.size() - 2);
+  const std::array<std::uint8_t, 1> low{static_cast<std::uint8_t>(value & 0xFF)};
+  return ByteArrayToHex(low);
 }
 
 // The host's raw request: digits and letters kept (small letters as capitals), the rest dropped.
@@ -309,7 +307,7 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
         StatusWord = ByteArrayToHex(answer.last(wordLength));
         Trace("Status code=\"" + StatusWord + "\" (" + StatusWordText(StatusWord) + ")");
         if (IsSuccessWord(StatusWord)) {
-          Response = accumulated + Response;
+          Response.insert(0, accumulated);
           result = sceSuccess;
           break;
         }

@@ -90,7 +90,7 @@ class FallbackHost : public Host {
   double Random() override { return uniform_(generator_); }
 
  private:
-  std::mt19937_64 generator_{0};
+  std::mt19937_64 generator_{0};  // NOLINT(cert-msc32-c,cert-msc51-cpp): Randomize reseeds it
   std::uniform_real_distribution<double> uniform_{0.0, 1.0};
 };
 

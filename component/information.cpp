@@ -18,8 +18,8 @@ std::string Encoder::GetInformation() {
     const std::string version = std::to_string(LUMIVEX_VERSION_MAJOR) + "." +
                                 std::to_string(LUMIVEX_VERSION_MINOR) + "." +
                                 std::to_string(LUMIVEX_VERSION_PATCH);
-    const std::string text = "Badgeline|Orbanet Lumivex|" + version + "|1|" + std::to_string(draw) +
-                             "|Mifare Classic, Mifare Ultralight, Mifare DESFire";
+    std::string text = "Badgeline|Orbanet Lumivex|" + version + "|1|" + std::to_string(draw) +
+                       "|Mifare Classic, Mifare Ultralight, Mifare DESFire";
     Trace("GetInformation returns: " + text);
     FinishLastError("GetInformation");
     Trace("<-- GetInformation");
