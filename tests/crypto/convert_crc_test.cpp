@@ -3,7 +3,6 @@
 
 #include "crypto/crc16.h"
 #include "crypto/des.h"
-#include "crypto/des_errors.h"
 #include "crypto_test_util.h"
 
 namespace lumivex::crypto {
@@ -22,7 +21,6 @@ TEST(ConvertData, EveryFormAndRule) {
     std::int32_t error;
   } cases[] = {
       {std::string("0a,1B\r\n 2c"), std::string("0A 1B 2C"), 0x000, 0},
-      {std::string("0a\t1b"), std::string("0A1B"), 0x001, 0},
       {std::string("ABC"), std::string("0ABC"), 0x001, 0},
       {std::string("0a1b"), std::string("0A1B"), 0x101, 0},
       {std::string("0A1B"), bits0A1B, 0x002, 0},
@@ -33,14 +31,12 @@ TEST(ConvertData, EveryFormAndRule) {
       {bits0A1B, std::string("0A 1B"), 0x200, 0},
       {Bytes{1, 0, 1, 0}, std::string("0A"), 0x201, 0},
       {std::string("00001010, 00011011"), std::string("0A1B"), 0x301, 0},
-      {std::string("1010"), std::string("0A"), 0x401, 0},
       {Bytes{10, 27}, std::string("0A 1B"), 0x500, 0},
       {Bytes{10, 27}, std::string("0A1B"), 0x501, 0},
       {std::string("AB\xE9"), std::string("41 42 E9"), 0x600, 0},
       {std::string(""), std::monostate{}, 0x000, 0},
       {std::string(" \r\n"), std::monostate{}, 0x005, 0},
       {Bytes{}, std::monostate{}, 0x500, 0},
-      {std::monostate{}, std::monostate{}, 0x001, 0},
       {std::string("0G"), none, 0x000, kDesInvalidHexString},
       {std::string("0A 1B"), none, 0x101, kDesInvalidHexString},
       {std::string("0000 1010"), none, 0x401, kDesInvalidHexString},
@@ -64,15 +60,13 @@ TEST(ConvertData, EveryFormAndRule) {
   }
 }
 
-TEST(Crc16, TextFormAndSwallowedErrors) {
+// "LL HH" text, swallowed errors, and the table-driven CRC against the byte-wise steps of
+// ISO/IEC 14443-3 on random data.
+TEST(Crc16, VectorsAndByteWiseSteps) {
   DES des;
   const std::pair<const char*, const char*> cases[] = {
       {"00 00", "A0 1E"}, {"12 34", "26 CF"}, {"1234", "26 CF"}, {"", "63 63"}, {"0G", "63 63"}};
   for (const auto& [data, crc] : cases) EXPECT_EQ(des.CRC16(data), crc) << data;
-}
-
-// The table-driven CRC against the byte-wise steps of ISO/IEC 14443-3 on random data.
-TEST(Crc16, TableMatchesTheByteWiseSteps) {
   std::mt19937 rng = test::SeededRng(5);
   for (int round = 0; round < 200; ++round) {
     const Bytes data = test::RandomBytes(rng, rng() % 48);

@@ -1,22 +1,24 @@
 // Small helpers shared by the crypto tests.
 #pragma once
 
-#include <cstdint>
+#include <gtest/gtest.h>
+
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "crypto/des.h"
+#include "crypto/des_errors.h"
 
 namespace lumivex::crypto::test {
 
 inline std::string Hex(const std::vector<std::uint8_t>& bytes, bool spaced) {
-  static const char* const kDigits = "0123456789ABCDEF";
   std::string text;
   for (const std::uint8_t b : bytes) {
     if (spaced && !text.empty()) text += ' ';
-    text += kDigits[b >> 4];
-    text += kDigits[b & 0xF];
+    text += "0123456789ABCDEF"[b >> 4];
+    text += "0123456789ABCDEF"[b & 0xF];
   }
   return text;
 }
@@ -32,12 +34,20 @@ inline std::vector<std::uint8_t> RandomBytes(std::mt19937& rng, std::size_t n) {
   return bytes;
 }
 
-// The number of the DesError the call raises, 0 when it raises none.
+// The number of the DesError the call raises (0 for none); its text must be that number's.
 template <typename Call>
 std::int32_t ErrorOf(Call&& call) {
+  static const std::map<std::int32_t, std::string> kTexts = {
+      {kDesBadKeyIndex, "Bad key index"},
+      {kDesBadParameterType, "Bad parameter type"},
+      {kDesInvalidHexString, "Invalid hexadecimal string"},
+      {kDesInvalidAlgorithm, "Invalid cipher algorithm"},
+      {kDesInvalidChaining, "Invalid chaining mode"},
+      {kDesBadPaddingMode, "Bad padding mode"}};
   try {
     call();
   } catch (const DesError& e) {
+    EXPECT_EQ(e.what(), kTexts.at(e.number()));
     return e.number();
   }
   return 0;
