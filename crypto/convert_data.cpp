@@ -110,6 +110,8 @@ ConvertValue TargetForm(Bytes bytes, int target) {
 }  // namespace
 
 ConvertValue DES::ConvertData(const ConvertValue& data, std::int32_t mode) {
+  // The mode is a 16-bit value; anything wider names no form.
+  if (mode < 0 || mode > 0xFFFF) RaiseDesError(kDesBadParameterType);
   const int target = mode & 0xFF;
   const int source = (mode & 0xFF00) >> 8;
   Bytes bytes = SourceBytes(data, source);

@@ -43,6 +43,7 @@ TEST(ConvertData, EveryFormAndRule) {
       {std::string("012"), none, 0x301, kDesInvalidHexString},
       {std::string("0A1B"), none, 0x007, kDesBadParameterType},
       {std::string("0A1B"), none, 0x701, kDesBadParameterType},
+      {std::string("0A1B"), none, 0x10001, kDesBadParameterType},
       {std::string("0A1B"), none, 0x500, kDesBadParameterType},
       {std::monostate{}, none, 0x200, kDesBadParameterType},
       {Bytes{10}, none, 0x000, kDesBadParameterType},
