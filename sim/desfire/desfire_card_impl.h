@@ -33,8 +33,8 @@ class DesfireCard final : public SimCard {
   DesfireCard(const DesfireCard&) = delete;
   DesfireCard& operator=(const DesfireCard&) = delete;
 
-  std::vector<std::uint8_t> Atr() const override;
-  std::vector<std::uint8_t> Uid() const override;
+  [[nodiscard]] std::vector<std::uint8_t> Atr() const override;
+  [[nodiscard]] std::vector<std::uint8_t> Uid() const override;
   std::vector<std::uint8_t> Transmit(std::span<const std::uint8_t> command) override;
   void PowerCycle() override;
 
@@ -72,19 +72,19 @@ class DesfireCard final : public SimCard {
   void AbandonExchanges();
 
   // Selection and session state.
-  Application* FindApplication(const Aid& aid);
-  const Application* FindApplication(const Aid& aid) const;
-  Application* Selected();
-  const Application* Selected() const;
-  bool AtPiccLevel() const { return !selected_.has_value(); }
+  [[nodiscard]] Application* FindApplication(const Aid& aid);
+  [[nodiscard]] const Application* FindApplication(const Aid& aid) const;
+  [[nodiscard]] Application* Selected();
+  [[nodiscard]] const Application* Selected() const;
+  [[nodiscard]] bool AtPiccLevel() const { return !selected_.has_value(); }
   std::vector<StoredKey>& CurrentKeys();
   std::uint8_t& CurrentSettings();
-  std::uint8_t CurrentSettings() const;
-  bool AuthenticatedWith(std::uint8_t keyNumber) const;
+  [[nodiscard]] std::uint8_t CurrentSettings() const;
+  [[nodiscard]] bool AuthenticatedWith(std::uint8_t keyNumber) const;
   void DropAuthentication();
   void AbortTransaction();
-  CardCipher SessionCipher() const;
-  std::uint64_t FreeMemory() const;
+  [[nodiscard]] CardCipher SessionCipher() const;
+  [[nodiscard]] std::uint64_t FreeMemory() const;
 
   // Keys and authentication (desfire_keys.cpp).
   Reply Authenticate(Data data);
@@ -103,9 +103,9 @@ class DesfireCard final : public SimCard {
   Reply GetFreeMemory(Data data);
 
   // Files (desfire_files.cpp).
-  Grant Access(const File& file, std::initializer_list<std::uint8_t> rights) const;
-  Status RequireFileManagement() const;
-  Status RequireDirectoryAccess() const;
+  [[nodiscard]] Grant Access(const File& file, std::initializer_list<std::uint8_t> rights) const;
+  [[nodiscard]] Status RequireFileManagement() const;
+  [[nodiscard]] Status RequireDirectoryAccess() const;
   Reply CreateFile(std::uint8_t command, Data data);
   Reply DeleteFile(Data data);
   Reply GetFileIds(Data data);
@@ -121,7 +121,7 @@ class DesfireCard final : public SimCard {
   Reply CollectWrite(IncomingWrite write, bool frameFull);
   Reply FinishWrite(IncomingWrite& write);
   Reply ClearRecordFile(Data data);
-  Bytes Secure(Bytes plain, Comm comm) const;
+  [[nodiscard]] Bytes Secure(Bytes plain, Comm comm) const;
   Status Unwrap(Data received, std::size_t length, Comm comm, Bytes& plain) const;
 
   // Values and transactions (desfire_values.cpp).

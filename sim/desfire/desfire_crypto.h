@@ -29,15 +29,15 @@ class CardCipher {
  public:
   explicit CardCipher(const Key16& key);
 
-  std::uint64_t Encipher(std::uint64_t block) const;
-  std::uint64_t Decipher(std::uint64_t block) const;
+  [[nodiscard]] std::uint64_t Encipher(std::uint64_t block) const;
+  [[nodiscard]] std::uint64_t Decipher(std::uint64_t block) const;
 
   // Data the reader sent (a multiple of 8 bytes): P[i] = E(C[i]) XOR C[i-1], C[-1] = 0.
-  Bytes FromReader(std::span<const std::uint8_t> data) const;
+  [[nodiscard]] Bytes FromReader(std::span<const std::uint8_t> data) const;
   // Data for the reader, zero-padded to 8 bytes: CBC encipher with an all-zero IV.
-  Bytes ToReader(std::span<const std::uint8_t> data) const;
+  [[nodiscard]] Bytes ToReader(std::span<const std::uint8_t> data) const;
   // The 4-byte MAC of data: first half of the last block of its zero-padded CBC encipherment.
-  std::array<std::uint8_t, 4> Mac(std::span<const std::uint8_t> data) const;
+  [[nodiscard]] std::array<std::uint8_t, 4> Mac(std::span<const std::uint8_t> data) const;
 
  private:
   bool single_;

@@ -86,7 +86,7 @@ struct AccessRights {
 
   // The two bytes on the wire: RW and change in the first, read and write in the second.
   static AccessRights FromWire(std::uint8_t first, std::uint8_t second);
-  std::array<std::uint8_t, 2> ToWire() const;
+  [[nodiscard]] std::array<std::uint8_t, 2> ToWire() const;
 };
 
 // A value file's changes since the last commit.
@@ -122,14 +122,14 @@ struct File {
   std::optional<Bytes> pendingRecord;
   bool pendingClear = false;
 
-  Comm comm() const;
-  bool HasPendingChanges() const {
+  [[nodiscard]] Comm comm() const;
+  [[nodiscard]] bool HasPendingChanges() const {
     return pendingData || pendingValue || pendingRecord || pendingClear;
   }
   void DropPendingChanges();
   void Commit();
   // Records a cyclic file can hold at once (one slot serves the transaction).
-  std::uint32_t RecordCapacity() const;
+  [[nodiscard]] std::uint32_t RecordCapacity() const;
 };
 
 struct Application {
