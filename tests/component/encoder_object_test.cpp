@@ -59,6 +59,7 @@ TEST(Parameters, GetterReportsTheFieldsAndNewObjectHasAClearRecord) {
             std::string::npos);
   EXPECT_EQ(fresh.LastError().Number(), 0);
   EXPECT_EQ(&fresh.LastError(), &fresh.LastError());
+  EXPECT_EQ(&Peer::Des(fresh), &Peer::Des(fresh));  // one cipher object per Encoder
   EXPECT_EQ(fresh.ATRString(), "");
   EXPECT_EQ(fresh.SerialNumberLength(), -1);
   EXPECT_EQ(fresh.CardType(), sceUnknownType);
