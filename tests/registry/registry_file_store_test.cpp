@@ -5,6 +5,7 @@
 
 #include <thread>
 
+#include "component/utf8.h"
 #include "platform/posix/registry_file_format.h"
 #include "tests/registry/temp_registry.h"
 
@@ -106,6 +107,23 @@ TEST_F(RegistryFileStoreTest, KeysIgnoreCaseAndValuesKeepTheirOrder) {
             reg::FILE_NOT_FOUND);
   EXPECT_EQ(store.CloseKey(same), reg::SUCCESS);
   EXPECT_EQ(store.CloseKey(same), reg::INVALID_HANDLE);
+}
+
+TEST_F(RegistryFileStoreTest, ReadsWindowsExportsAndKeepsTheOperatorsComments) {
+  const std::string exported =
+      "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\Software\\Cards]\r\n"
+      "; Mifare Classic 1K\r\n\"1K\"=\"11;3B 8F;04\"\r\n\"Add new cards\"=dword:00000001\r\n";
+  std::string utf16 = "\xFF\xFE";  // exports are saved as UTF-16LE with a byte-order mark
+  for (const std::uint8_t byte : Utf8ToUtf16Le(exported)) utf16.push_back(static_cast<char>(byte));
+  WriteFileText(utf16);
+  RegistryFileStore store;
+  const RegKey key = Create(store, reg::LOCAL_MACHINE, "software\\cards");
+  EXPECT_EQ(Get(store, key, "1K").second, Text(std::string("11;3B 8F;04\0", 12)));
+  ASSERT_EQ(Set(store, key, "new", reg::SZ, Text(std::string("x\0", 2))), 0);
+  EXPECT_EQ(ReadFileText(),
+            "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\Software\\Cards]\n"
+            "; Mifare Classic 1K\n\"1K\"=\"11;3B 8F;04\"\n\"Add new cards\"=dword:00000001\n"
+            "\"new\"=\"x\"\n\n");
 }
 
 TEST_F(RegistryFileStoreTest, MalformedFilesAreReportedAndNeverRewritten) {
