@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "component/utf8.h"
+#include "platform/platform.h"
 #include "platform/posix/registry_file_format.h"
 #include "tests/registry/temp_registry.h"
 
@@ -221,7 +222,8 @@ TEST_F(RegistryFileStoreTest, RootsLiveInTheirFilesAndRemoteComputersAreRefused)
   RegKey remote = 0;
   EXPECT_EQ(store.ConnectRegistry("\\\\host", reg::LOCAL_MACHINE, &remote), reg::BAD_NETPATH);
   EXPECT_EQ(RegistryFileStore::DefaultFiles().user, file_);  // LUMIVEX_REGISTRY holds every root
-  if (::geteuid() != 0) {                                    // root writes anywhere
+  EXPECT_NE(dynamic_cast<RegistryFileStore*>(DefaultPlatform().registry.get()), nullptr);
+  if (::geteuid() != 0) {  // root writes anywhere
     std::filesystem::permissions(
         dir_, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
     RegKey key = 0;
