@@ -58,7 +58,7 @@ class MRegistry {
   //   Date                     -> REG_SZ, GeneralDateText with its terminating zero
   //   text (IsAnsiText)        -> REG_SZ, its UTF-8 bytes and one zero
   //   any other text           -> REG_BINARY, its UTF-16LE form and one zero character (2 bytes)
-  //   Empty, Null, Error, byte array -> nothing written, error
+  //   Empty, Null, Error, byte array -> nothing written, error reg::UNSUPPORTED_TYPE
   // The result is the failure code of the key opening, else 0.
   std::int32_t WriteValue(RegKey root, const std::string& subKey, const std::string& valueName,
                           const Variant& value, const RegistryWriteOptions& options = {});
