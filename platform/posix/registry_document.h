@@ -25,6 +25,9 @@ bool SameName(std::string_view a, std::string_view b);  // without regard to cas
 // The names of a key path ("Software\Vendor\App"); empty names (doubled, leading or trailing
 // backslashes) are dropped.
 std::vector<std::string> SplitKeyPath(std::string_view path);
+// A tree is at most this deep below its root, as in the Windows registry. Deeper paths are refused
+// (a malformed file, an invalid parameter): the trees are written and destroyed recursively.
+inline constexpr std::size_t kMaxKeyDepth = 512;
 
 struct RegistryValue {
   std::string name;  // "" is the key's default value

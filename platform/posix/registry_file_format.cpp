@@ -113,6 +113,8 @@ class Parser {
     if (slash < inner.size() &&
         names.size() != static_cast<std::size_t>(std::count(path.begin(), path.end(), '\\')) + 1)
       return Fail("empty key name in the path");
+    if (names.size() > kMaxKeyDepth)
+      return Fail("key path deeper than " + std::to_string(kMaxKeyDepth) + " levels");
     // The pointer stays valid until the next key line: values never move keys.
     current_ = &document_.Create(*root, names, nullptr);
     Attach(current_->comments);

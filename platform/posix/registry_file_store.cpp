@@ -296,6 +296,7 @@ RegResult RegistryFileStore::CreateKey(RegKey key, const std::string& subKey, Re
     if (const RegResult r = Resolve(key, opened); r != reg::SUCCESS) return r;
     if (result == nullptr || !IsWritableName(subKey)) return reg::INVALID_PARAMETER;
     for (std::string& name : SplitKeyPath(subKey)) opened.path.push_back(std::move(name));
+    if (opened.path.size() > kMaxKeyDepth) return reg::INVALID_PARAMETER;
     bool created = false;
     const RegResult r = Modify(opened.root, [&](RegistryDocument& document, bool& changed) {
       document.Create(opened.root, opened.path, &created);

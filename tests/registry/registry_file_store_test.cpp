@@ -154,6 +154,41 @@ TEST_F(RegistryFileStoreTest, MalformedFilesAreReportedAndNeverRewritten) {
   }
 }
 
+// Trees are written and destroyed recursively: a hand-edited file or a caller's path deeper than
+// the registry allows must be refused, not exhaust the stack.
+TEST_F(RegistryFileStoreTest, KeyPathsDeeperThanTheRegistryAllowsAreRefused) {
+  auto path = [](std::size_t depth) {
+    std::string text = "Software";
+    for (std::size_t i = 1; i < depth; ++i) text += "\\k";
+    return text;
+  };
+  const std::string deep =
+      "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\" + path(200000) + "]\n";
+  WriteFileText(deep);
+  {
+    RegistryFileStore store;
+    RegKey key = 0;
+    EXPECT_EQ(store.OpenKey(reg::LOCAL_MACHINE, "Software", reg::KEY_READ_ACCESS, &key),
+              reg::BADDB);
+    EXPECT_NE(store.LastProblem().find("line 3: key path deeper than 512"), std::string::npos)
+        << store.LastProblem();
+    EXPECT_EQ(store.CreateKey(reg::LOCAL_MACHINE, "Software", 0, 0, &key, nullptr), reg::BADDB);
+  }
+  EXPECT_EQ(ReadFileText(), deep);
+
+  std::filesystem::remove(file_);  // no file: an empty registry
+  RegistryFileStore store;
+  RegKey key = 0;
+  EXPECT_EQ(store.CreateKey(reg::LOCAL_MACHINE, path(513), 0, 0, &key, nullptr),
+            reg::INVALID_PARAMETER);
+  const RegKey deepest = Create(store, reg::LOCAL_MACHINE, path(512));
+  EXPECT_EQ(store.CreateKey(deepest, "one more", 0, 0, &key, nullptr), reg::INVALID_PARAMETER);
+  EXPECT_EQ(Set(store, deepest, "v", reg::DWORD, Bytes{1, 0, 0, 0}), reg::SUCCESS);
+  RegistryFileStore reread;
+  EXPECT_EQ(reread.OpenKey(reg::LOCAL_MACHINE, path(512), reg::KEY_READ_ACCESS, &key),
+            reg::SUCCESS);
+}
+
 TEST_F(RegistryFileStoreTest, AnInterruptedWriteLeavesTheOldFileInUse) {
   RegistryFileStore store;
   const RegKey key = Create(store, reg::LOCAL_MACHINE, "Software");
