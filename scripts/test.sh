@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The test command: installs what is missing, builds the dev preset, runs every test (unit, then
-# the real PC/SC stack), and cross-compiles the core for 32- and 64-bit Windows.
+# the real PC/SC stack), runs each fuzz target briefly, and cross-compiles the core for 32- and
+# 64-bit Windows.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,6 +17,9 @@ if [ -x tests/pcsc/with-pcscd.sh ] && [ -f tests/pcsc/CMakeLists.txt ]; then
   echo "== real PC/SC stack (pcscd + vpcd + simulated card)"
   tests/pcsc/with-pcscd.sh ctest --test-dir build/dev -L pcsc --output-on-failure
 fi
+
+echo "== fuzz smoke run (15 s a target)"
+scripts/fuzz.sh 15
 
 for target in mingw-i686 mingw-x86_64; do
   echo "== cross build: $target"
