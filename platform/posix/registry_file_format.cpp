@@ -47,6 +47,14 @@ bool IsTextType(RegDword type) {
   return type == reg::SZ || type == reg::EXPAND_SZ || type == reg::MULTI_SZ;
 }
 
+// Text as the store keeps it, well-formed UTF-8: a byte of the file that does not start a UTF-8
+// sequence is a Latin-1 character (8-bit files), as the writer reads it when it writes UTF-16.
+std::string Utf8Text(std::string_view text) {
+  std::string out;
+  for (const char32_t c : DecodeUtf8(text)) AppendUtf8(out, c);
+  return out;
+}
+
 class Parser {
  public:
   explicit Parser(std::string_view text) {
@@ -186,6 +194,7 @@ class Parser {
       std::string text;
       if (!ParseQuoted(rest, text)) return false;
       if (!Trim(rest).empty()) return Fail("text after the closing quote");
+      text = Utf8Text(text);
       data.assign(text.begin(), text.end());
       data.push_back(0);
     } else if (StartsWithNoCase(rest, "dword:")) {
@@ -208,8 +217,11 @@ class Parser {
       }
       if (rest.empty() || rest.front() != ':') return Fail("\":\" expected after hex");
       if (!ParseHexList(rest.substr(1), data)) return false;
-      if (unicode_ && IsTextType(type)) {
-        const std::string text = Utf16LeToUtf8(data);
+      if (IsTextType(type)) {
+        const std::string text =
+            unicode_ ? Utf16LeToUtf8(data)
+                     : Utf8Text(std::string_view(reinterpret_cast<const char*>(data.data()),
+                                                 data.size()));
         data.assign(text.begin(), text.end());
       }
     } else {

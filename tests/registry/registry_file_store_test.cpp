@@ -127,6 +127,23 @@ TEST_F(RegistryFileStoreTest, ReadsWindowsExportsAndKeepsTheOperatorsComments) {
             "\"new\"=\"x\"\n\n");
 }
 
+// An operator's editor may save the file in Latin-1: such text reads as the same characters in
+// UTF-8, and keeps its bytes when the store later rewrites the file for another change.
+TEST_F(RegistryFileStoreTest, EightBitTextKeepsItsValueAcrossRewrites) {
+  WriteFileText(
+      "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\Software]\n"
+      "\"name\"=\"Caf\xE9\"\n");
+  RegistryFileStore store;
+  const RegKey key = Create(store, reg::LOCAL_MACHINE, "Software");
+  const Bytes expected = Text(std::string("Caf\xC3\xA9\0", 6));
+  EXPECT_EQ(Get(store, key, "name").second, expected);
+  ASSERT_EQ(Set(store, key, "other", reg::DWORD, Bytes{1, 0, 0, 0}), 0);
+  RegistryFileStore reread;
+  RegKey again = 0;
+  ASSERT_EQ(reread.OpenKey(reg::LOCAL_MACHINE, "Software", reg::KEY_READ_ACCESS, &again), 0);
+  EXPECT_EQ(Get(reread, again, "name").second, expected);
+}
+
 TEST_F(RegistryFileStoreTest, MalformedFilesAreReportedAndNeverRewritten) {
   const std::string head =
       "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\Software]\n";
