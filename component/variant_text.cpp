@@ -29,6 +29,10 @@ CivilDate CivilFromDays(std::int64_t z) {
 }
 
 constexpr std::int64_t kDaysFrom1899To1970 = 25569;  // 1899-12-30 .. 1970-01-01
+// The automation date range, 0100-01-01 .. 9999-12-31, lies strictly between these day counts
+// (from 1899-12-30; a negative date's fraction is still the time of its day).
+constexpr double kDayBeforeFirst = -657435.0;
+constexpr double kDayAfterLast = 2958466.0;
 
 }  // namespace
 
@@ -43,7 +47,8 @@ std::string NumberText(double value, int significantDigits) {
 }
 
 std::string GeneralDateText(double days) {
-  if (!std::isfinite(days)) return {};
+  // Outside the range a value is no date (and would not fit the integer day count below).
+  if (!std::isfinite(days) || days <= kDayBeforeFirst || days >= kDayAfterLast) return {};
   auto whole = static_cast<std::int64_t>(std::trunc(days));
   auto seconds =
       static_cast<std::int64_t>(std::llround(std::fabs(days - std::trunc(days)) * 86400));

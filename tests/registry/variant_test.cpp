@@ -60,6 +60,10 @@ TEST(VariantTest, TextsAreLocaleNeutral) {
       {Variant::FromDate(-1.25), "1899-12-29 06:00:00"},
       {Variant::FromDate(2.0 - 1e-7), "1900-01-01"},  // rounds up to the next midnight
       {Variant::FromDate(36526.999988426), "2000-01-01 23:59:59"},
+      {Variant::FromDate(-657434.0), "0100-01-01"},
+      {Variant::FromDate(2958465.5), "9999-12-31 12:00:00"},
+      {Variant::FromDate(2958466.0), ""},  // past the last automation date: no text
+      {Variant::FromDate(-1.7e308), ""},
       {Variant::FromBool(true), "True"},
   };
   for (const auto& [value, text] : cases) EXPECT_EQ(VariantToText(value), text);
