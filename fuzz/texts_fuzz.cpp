@@ -4,6 +4,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,9 @@
 #include "component/hex.h"
 #include "component/numeric_text.h"
 #include "component/texts.h"
+#include "component/utf8.h"
+#include "component/variant.h"
+#include "component/variant_text.h"
 #include "fuzz/fuzz_check.h"
 
 namespace {
@@ -69,6 +73,58 @@ void CheckTexts(FuzzedDataProvider& input) {
   (void)RoundToInt32(number);
 }
 
+Variant AnyVariant(FuzzedDataProvider& input) {
+  switch (input.ConsumeIntegralInRange(0, 10)) {
+    case 0:
+      return Variant::FromByte(input.ConsumeIntegral<std::uint8_t>());
+    case 1:
+      return Variant::FromInt16(input.ConsumeIntegral<std::int16_t>());
+    case 2:
+      return Variant::FromInt32(input.ConsumeIntegral<std::int32_t>());
+    case 3:
+      return Variant::FromBool(input.ConsumeBool());
+    case 4:
+      return Variant::FromSingle(input.ConsumeFloatingPoint<float>());
+    case 5:
+      return Variant::FromDouble(input.ConsumeFloatingPoint<double>());
+    case 6:
+      return Variant::FromCurrency(input.ConsumeIntegral<std::int64_t>());
+    case 7:
+      return Variant::FromDate(input.ConsumeFloatingPoint<double>());
+    case 8:
+      return Variant::FromText(input.ConsumeRandomLengthString(64));
+    case 9:
+      return Variant::FromBytes(
+          input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange(0, 16)));
+    default:
+      return input.ConsumeBool() ? Variant::Null()
+                                 : Variant::FromError(input.ConsumeIntegral<std::int32_t>());
+  }
+}
+
+// Values a host passes as variants, and the UTF-8 and UTF-16 forms of registry texts.
+void CheckVariantsAndUtf(FuzzedDataProvider& input) {
+  const Variant value = AnyVariant(input);
+  const std::optional<std::int32_t> asInt = value.ToInt32();
+  const std::optional<std::uint8_t> asByte = value.ToByte();
+  // A value that fits a byte fits 32 bits with the same number.
+  if (asByte) FUZZ_CHECK(asInt && *asInt == *asByte);
+  (void)VariantToText(value);
+  (void)NumberText(input.ConsumeFloatingPoint<double>(), input.ConsumeIntegralInRange(1, 17));
+  (void)GeneralDateText(input.ConsumeFloatingPoint<double>());
+
+  // Bytes that are not UTF-8 read as Latin-1 characters, so re-encoding what was decoded gives
+  // well-formed UTF-8, which survives UTF-16 and a second decoding unchanged.
+  const std::string text = input.ConsumeRandomLengthString(128);
+  std::string canonical;
+  for (const char32_t c : DecodeUtf8(text)) AppendUtf8(canonical, c);
+  FUZZ_CHECK(Utf16LeToUtf8(Utf8ToUtf16Le(canonical)) == canonical);
+  std::string again;
+  for (const char32_t c : DecodeUtf8(canonical)) AppendUtf8(again, c);
+  FUZZ_CHECK(again == canonical);
+  FUZZ_CHECK(FoldCase(FoldCase(text)) == FoldCase(text));
+}
+
 // The Parameters text: whatever the host sets, the object stays usable, and what the getter
 // gives back sets the same state again.
 void CheckParameters(FuzzedDataProvider& input) {
@@ -88,12 +144,15 @@ void CheckParameters(FuzzedDataProvider& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
-  switch (input.ConsumeIntegralInRange(0, 2)) {
+  switch (input.ConsumeIntegralInRange(0, 3)) {
     case 0:
       CheckHexHelpers(input);
       break;
     case 1:
       CheckTexts(input);
+      break;
+    case 2:
+      CheckVariantsAndUtf(input);
       break;
     default:
       CheckParameters(input);
