@@ -146,8 +146,9 @@ PcscLong SimulatedPcsc::Status(PcscHandle card, std::string* readerName, PcscDwo
     return Result(scard::W_REMOVED_CARD);
   }
   if (readerName != nullptr) *readerName = readerName_;
+  // A connected card as pcsc-lite reports it: present, powered, negotiable.
   if (state != nullptr)
-    *state = scard::STATE_PRESENT | scard::STATE_POWERED | scard::STATE_SPECIFIC;
+    *state = scard::STATE_PRESENT | scard::STATE_POWERED | scard::STATE_NEGOTIABLE;
   if (protocol != nullptr) *protocol = found->second.protocol;
   if (atrLength == nullptr)
     return Result(atr == nullptr ? scard::S_SUCCESS : scard::E_INVALID_PARAMETER);
@@ -195,7 +196,8 @@ PcscLong SimulatedPcsc::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
   std::lock_guard lock(mutex_);
   const auto found = connections_.find(card);
   if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
-  if (sendPci == nullptr || sendBuffer == nullptr || sendLength == 0 || recvBuffer == nullptr ||
+  // An empty command goes to the card like any other (the card answers 6700), as pcsc-lite does.
+  if (sendPci == nullptr || (sendBuffer == nullptr && sendLength != 0) || recvBuffer == nullptr ||
       recvLength == nullptr) {
     return Result(scard::E_INVALID_PARAMETER);
   }
