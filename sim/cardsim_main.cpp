@@ -31,9 +31,9 @@ void InstallStopHandlers() {
   struct sigaction action {};
   action.sa_handler = OnStopSignal;
   sigemptyset(&action.sa_mask);
-  sigaction(SIGTERM, &action, nullptr);
-  sigaction(SIGINT, &action, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);
+  (void)sigaction(SIGTERM, &action, nullptr);
+  (void)sigaction(SIGINT, &action, nullptr);
+  (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
 std::optional<std::vector<std::uint8_t>> ParseHex(const std::string& text) {
@@ -56,17 +56,15 @@ bool FillUid(const std::string& text, std::array<std::uint8_t, N>& uid) {
   if (text.empty()) return true;
   const auto bytes = ParseHex(text);
   if (!bytes || bytes->size() != N) {
-    std::fprintf(stderr, "lumivex-cardsim: --uid must be %zu bytes (%zu hexadecimal digits)\n", N,
-                 2 * N);
+    (void)std::fprintf(
+        stderr, "lumivex-cardsim: --uid must be %zu bytes (%zu hexadecimal digits)\n", N, 2 * N);
     return false;
   }
   std::copy(bytes->begin(), bytes->end(), uid.begin());
   return true;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   using lumivex::sim::Fault;
   CLI::App app{"Presents a simulated contactless card to pcscd through the vpcd reader driver"};
   std::uint16_t port = lumivex::sim::VpcdClient::kDefaultPort;
@@ -112,12 +110,23 @@ int main(int argc, char** argv) {
   InstallStopHandlers();
   lumivex::sim::VpcdClient client(reader, host, port);
   client.SetLog([](const std::string& line) {
-    std::fprintf(stderr, "lumivex-cardsim: %s\n", line.c_str());
-    std::fflush(stderr);
+    (void)std::fprintf(stderr, "lumivex-cardsim: %s\n", line.c_str());
+    (void)std::fflush(stderr);
   });
-  std::fprintf(stderr, "lumivex-cardsim: card %s, vpcd at %s:%u\n", card.c_str(), host.c_str(),
-               static_cast<unsigned>(port));
+  (void)std::fprintf(stderr, "lumivex-cardsim: card %s, vpcd at %s:%u\n", card.c_str(),
+                     host.c_str(), static_cast<unsigned>(port));
   client.Run(stopRequested);
-  std::fprintf(stderr, "lumivex-cardsim: stopped\n");
+  (void)std::fprintf(stderr, "lumivex-cardsim: stopped\n");
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& failure) {
+    (void)std::fprintf(stderr, "lumivex-cardsim: %s\n", failure.what());
+    return 1;
+  }
 }

@@ -13,27 +13,29 @@ struct ClassicGeometry {
 
   bool fourK = false;
 
-  int blockCount() const { return fourK ? 256 : 64; }
-  int sectorCount() const { return fourK ? 40 : 16; }
-  bool HasBlock(int block) const { return block >= 0 && block < blockCount(); }
+  [[nodiscard]] int blockCount() const { return fourK ? 256 : 64; }
+  [[nodiscard]] int sectorCount() const { return fourK ? 40 : 16; }
+  [[nodiscard]] bool HasBlock(int block) const { return block >= 0 && block < blockCount(); }
 
-  int SectorOf(int block) const {
+  [[nodiscard]] int SectorOf(int block) const {
     if (block < kFirstLargeBlock) return block / kSmallSectorBlocks;
     return kSmallSectors + (block - kFirstLargeBlock) / kLargeSectorBlocks;
   }
-  int FirstBlockOf(int sector) const {
+  [[nodiscard]] int FirstBlockOf(int sector) const {
     if (sector < kSmallSectors) return sector * kSmallSectorBlocks;
     return kFirstLargeBlock + (sector - kSmallSectors) * kLargeSectorBlocks;
   }
-  int BlocksIn(int sector) const {
+  [[nodiscard]] int BlocksIn(int sector) const {
     return sector < kSmallSectors ? kSmallSectorBlocks : kLargeSectorBlocks;
   }
-  int TrailerOf(int sector) const { return FirstBlockOf(sector) + BlocksIn(sector) - 1; }
-  bool IsTrailer(int block) const { return block == TrailerOf(SectorOf(block)); }
+  [[nodiscard]] int TrailerOf(int sector) const {
+    return FirstBlockOf(sector) + BlocksIn(sector) - 1;
+  }
+  [[nodiscard]] bool IsTrailer(int block) const { return block == TrailerOf(SectorOf(block)); }
 
   // The access-bit group (0, 1, 2 for data, 3 for the trailer) that governs a block. In the
   // 16-block sectors each data group covers five blocks.
-  int GroupOf(int block) const {
+  [[nodiscard]] int GroupOf(int block) const {
     const int sector = SectorOf(block);
     const int index = block - FirstBlockOf(sector);
     if (BlocksIn(sector) == kSmallSectorBlocks) return index;

@@ -74,8 +74,10 @@ class MifareClassicCard final : public SimCard {
     std::copy(std::begin(kManufacturerData), std::end(kManufacturerData), manufacturer.begin() + 8);
   }
 
-  std::vector<std::uint8_t> Atr() const override { return geometry_.fourK ? kAtr4K : kAtr1K; }
-  std::vector<std::uint8_t> Uid() const override { return uid_; }
+  [[nodiscard]] std::vector<std::uint8_t> Atr() const override {
+    return geometry_.fourK ? kAtr4K : kAtr1K;
+  }
+  [[nodiscard]] std::vector<std::uint8_t> Uid() const override { return uid_; }
   void PowerCycle() override { session_.reset(); }
 
   std::vector<std::uint8_t> Transmit(std::span<const std::uint8_t> command) override {
@@ -108,12 +110,12 @@ class MifareClassicCard final : public SimCard {
   static int BlockOf(std::uint8_t high, std::uint8_t low) { return (high << 8) | low; }
   static bool IsLe16(std::uint8_t le) { return le == 0x10 || le == 0x00; }
 
-  const Block& TrailerOf(int sector) const {
+  [[nodiscard]] const Block& TrailerOf(int sector) const {
     return blocks_[static_cast<std::size_t>(geometry_.TrailerOf(sector))];
   }
 
   // The sector's conditions; none when its access bytes are inconsistent (the sector is blocked).
-  std::optional<Conditions> ConditionsOf(int sector) const {
+  [[nodiscard]] std::optional<Conditions> ConditionsOf(int sector) const {
     const Block& trailer = TrailerOf(sector);
     return DecodeAccessBytes(std::span<const std::uint8_t, 3>(trailer.data() + kAccessOffset, 3));
   }
@@ -133,13 +135,13 @@ class MifareClassicCard final : public SimCard {
   }
 
   // Whether the authenticated key may do what `who` allows, in the sector's present conditions.
-  bool Grants(Who who, const Conditions& conditions) const {
+  [[nodiscard]] bool Grants(Who who, const Conditions& conditions) const {
     if (session_->slot == KeySlot::B && KeyBIsReadable(conditions[3])) return false;
     return Allows(who, session_->slot);
   }
 
   // The block as the authenticated key may see it; none when the access bits refuse the read.
-  std::optional<Block> ReadBlock(int block) const {
+  [[nodiscard]] std::optional<Block> ReadBlock(int block) const {
     const auto conditions = ConditionsOf(session_->sector);
     if (!conditions) return std::nullopt;
     const Block& stored = blocks_[static_cast<std::size_t>(block)];

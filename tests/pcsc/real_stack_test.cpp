@@ -47,7 +47,7 @@ class RealStack : public testing::Test {
     reader_ = Env("LUMIVEX_PCSC_READER");
     if (reader_.empty()) reader_ = FirstReader();
     ASSERT_FALSE(reader_.empty()) << "no reader";
-    WaitForCard();
+    ASSERT_NO_FATAL_FAILURE(WaitForCard());
   }
 
   void TearDown() override {
@@ -60,7 +60,7 @@ class RealStack : public testing::Test {
     if (SCardListReaders(context_, nullptr, nullptr, &length) != SCARD_S_SUCCESS) return {};
     std::string list(length, '\0');
     if (SCardListReaders(context_, nullptr, list.data(), &length) != SCARD_S_SUCCESS) return {};
-    return list.c_str();
+    return list.substr(0, list.find('\0'));  // the first name
   }
 
   // pcscd polls the virtual reader: the card may show up a moment after the driver saw it.
@@ -153,3 +153,17 @@ TEST_F(RealStack, MifareBlocksWithKeys) {
 }
 
 }  // namespace
+
+TEST_F(RealStack, SecondSlotHoldsTheDesfireCard) {
+  const std::string second = Env("LUMIVEX_PCSC_READER2");
+  if (Env("LUMIVEX_SIM_CARD2") != "desfire" || second.empty()) {
+    GTEST_SKIP() << "no DESFire card in a second slot of ours";
+  }
+  reader_ = second;
+  ASSERT_NO_FATAL_FAILURE(WaitForCard());
+  ASSERT_EQ(Connect(&handle_), SCARD_S_SUCCESS);
+  EXPECT_EQ(Send("FFCA000000"), "041122334455669000");
+  const std::string version = Send("9060000000");  // GetVersion: the first of three frames
+  ASSERT_GE(version.size(), 4U);
+  EXPECT_EQ(version.substr(version.size() - 4), "91AF");
+}

@@ -12,6 +12,7 @@
 #   LUMIVEX_VPCD_PORT   vpcd port of the first slot (default 40001; the second slot uses the next)
 # Given to the command: LUMIVEX_PCSC_HARNESS=1, LUMIVEX_SIM_CARD, LUMIVEX_SIM_CARD2 and, when this
 # script started pcscd, LUMIVEX_PCSC_READER and LUMIVEX_PCSC_READER2 (the two readers' names).
+# shellcheck disable=SC2317  # stop_pid and cleanup run from the traps
 set -euo pipefail
 
 if [ $# -eq 0 ]; then
@@ -36,8 +37,7 @@ fi
 
 # pcscd always uses the same socket, so only one stack runs per machine: runs of this script take
 # turns.
-if command -v flock >/dev/null; then
-  exec 9>"${TMPDIR:-/tmp}/lumivex-pcsc.lock"
+if command -v flock >/dev/null && exec 9>>"${TMPDIR:-/tmp}/lumivex-pcsc.lock"; then
   if ! flock -w 600 9; then
     say "another run of the PC/SC tests holds the lock for too long"
     exit 1

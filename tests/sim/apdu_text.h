@@ -26,7 +26,7 @@ inline std::string Hex(std::span<const std::uint8_t> bytes) {
   std::string text;
   for (const std::uint8_t b : bytes) {
     char digits[3];
-    std::snprintf(digits, sizeof digits, "%02X", b);
+    (void)std::snprintf(digits, sizeof digits, "%02X", b);
     text += digits;
   }
   return text;

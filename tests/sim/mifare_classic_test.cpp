@@ -140,8 +140,11 @@ TEST_P(TrailerConditions, TrailerPartsFollowTheTable) {
     const std::string newBits = Hex(EncodeAccessBytes({1, 1, 1, c.condition}));
     const bool keyAChanges = c.writesKeyA == writer;
     const bool bitsChange = c.writesBits == writer;
-    const std::string answer =
-        card.Write(7, newKeyA + newBits + "69" + kKeyB, writer == 'A' ? kKeyA : kKeyB);
+    std::string trailerData = newKeyA;
+    trailerData += newBits;
+    trailerData += "69";
+    trailerData += kKeyB;
+    const std::string answer = card.Write(7, trailerData, writer == 'A' ? kKeyA : kKeyB);
     EXPECT_EQ(answer, keyAChanges || bitsChange ? "9000" : "6982") << writer;
     EXPECT_EQ(Sw(card.Read(4, newKeyA)), keyAChanges ? "9000" : "6982") << writer;
     const std::string trailer = card.Read(7, keyAChanges ? newKeyA : kKeyA);

@@ -44,7 +44,7 @@ class SimulatedPcscTest : public testing::Test {
                        nullptr, buffer.data(), &length);
     if (result != kOk) {
       char text[16];
-      std::snprintf(text, sizeof text, "%08X", ScardCode(result));
+      (void)std::snprintf(text, sizeof text, "%08X", ScardCode(result));
       return std::string("error ") + text;
     }
     return Hex(std::span(buffer.data(), length));

@@ -32,7 +32,7 @@ class FakeDriver {
     if (link_ >= 0) ::close(link_);
     ::close(listener_);
   }
-  std::uint16_t port() const { return port_; }
+  [[nodiscard]] std::uint16_t port() const { return port_; }
   void Accept() { link_ = ::accept(listener_, nullptr, nullptr); }
   void Hangup() {
     ::close(link_);
