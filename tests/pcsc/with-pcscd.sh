@@ -10,8 +10,9 @@
 #   LUMIVEX_SIM_CARD2   card in the second slot: desfire (default), mifare1k, mifare4k, none
 #   LUMIVEX_CARDSIM     the lumivex-cardsim program (default build/dev/bin/lumivex-cardsim)
 #   LUMIVEX_VPCD_PORT   vpcd port of the first slot (default 40001; the second slot uses the next)
-# Given to the command: LUMIVEX_PCSC_HARNESS=1, LUMIVEX_SIM_CARD, LUMIVEX_SIM_CARD2 and, when this
-# script started pcscd, LUMIVEX_PCSC_READER and LUMIVEX_PCSC_READER2 (the two readers' names).
+#   LUMIVEX_PCSC_READER, LUMIVEX_PCSC_READER2  the two slots' reader names in a pcscd that already
+#                       runs (default "Lumivex Sim 00 00" and "00 01", the names this script gives)
+# Given to the command: LUMIVEX_PCSC_HARNESS=1 and the settings above.
 # shellcheck disable=SC2317  # stop_pid and cleanup run from the traps
 set -euo pipefail
 
@@ -25,6 +26,8 @@ cardsim=${LUMIVEX_CARDSIM:-$root/build/dev/bin/lumivex-cardsim}
 port=${LUMIVEX_VPCD_PORT:-40001}
 export LUMIVEX_SIM_CARD=${LUMIVEX_SIM_CARD:-mifare1k}
 export LUMIVEX_SIM_CARD2=${LUMIVEX_SIM_CARD2:-desfire}
+export LUMIVEX_PCSC_READER=${LUMIVEX_PCSC_READER:-Lumivex Sim 00 00}
+export LUMIVEX_PCSC_READER2=${LUMIVEX_PCSC_READER2:-Lumivex Sim 00 01}
 readonly socket=/run/pcscd/pcscd.comm
 readonly wait_seconds=20
 
@@ -107,8 +110,6 @@ CHANNELID    $channel
 CONF
   "$pcscd_bin" --foreground --config "$workdir/readers" >"$workdir/pcscd.log" 2>&1 &
   started_pcscd=$!
-  export LUMIVEX_PCSC_READER="Lumivex Sim 00 00"
-  export LUMIVEX_PCSC_READER2="Lumivex Sim 00 01"
   for _ in $(seq $((wait_seconds * 10))); do
     [ -S "$socket" ] && break
     kill -0 "$started_pcscd" 2>/dev/null || break
