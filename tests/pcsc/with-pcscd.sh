@@ -72,10 +72,13 @@ trap cleanup EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
+# A live pcscd process (a zombie left by someone else's run does not count).
 pcscd_running() {
-  local comm
-  for comm in /proc/[0-9]*/comm; do
-    [ "$(cat "$comm" 2>/dev/null)" = pcscd ] && return 0
+  local dir state
+  for dir in /proc/[0-9]*; do
+    [ "$(cat "$dir/comm" 2>/dev/null)" = pcscd ] || continue
+    read -r _ _ state _ <"$dir/stat" 2>/dev/null || continue
+    [ "$state" != Z ] && return 0
   done
   return 1
 }
