@@ -1,4 +1,5 @@
-// The simulated cards behind the real libpcsclite and pcscd, exactly as a USB reader would be seen.
+// The simulated cards behind the production PC/SC binding, the real libpcsclite and pcscd, exactly
+// as a USB reader would be seen.
 #include <gtest/gtest.h>
 #include <winscard.h>
 
@@ -6,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "platform/posix/pcsc_lite_api.h"
 #include "tests/sim/apdu_text.h"
 
 namespace lumivex::sim::test {
@@ -22,14 +24,14 @@ class RealStack : public testing::Test {
     if (Env("LUMIVEX_PCSC_HARNESS").empty()) {
       GTEST_SKIP() << "needs the real PC/SC stack: run inside tests/pcsc/with-pcscd.sh";
     }
-    ASSERT_EQ(SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context_), 0);
+    ASSERT_EQ(api_.EstablishContext(scard::SCOPE_SYSTEM, &context_), 0);
     card_ = Env("LUMIVEX_SIM_CARD");
     reader_ = Env("LUMIVEX_PCSC_READER");
   }
 
   void TearDown() override {
-    if (handle_ != 0) SCardDisconnect(handle_, SCARD_LEAVE_CARD);
-    if (context_ != 0) SCardReleaseContext(context_);
+    if (handle_ != 0) api_.Disconnect(handle_, scard::LEAVE_CARD);
+    if (context_ != 0) api_.ReleaseContext(context_);
   }
 
   // Waits (pcscd polls the virtual reader) for the card, then connects as the component does.
@@ -43,42 +45,45 @@ class RealStack : public testing::Test {
       const LONG result = SCardGetStatusChange(context_, 1000, &state, 1);
       ASSERT_TRUE(result == 0 || result == SCARD_E_TIMEOUT) << std::hex << result;
     }
-    DWORD protocol = 0;
-    ASSERT_EQ(SCardConnect(context_, reader_.c_str(), SCARD_SHARE_EXCLUSIVE, SCARD_PROTOCOL_T0,
-                           &handle_, &protocol),
+    PcscDword protocol = 0;
+    ASSERT_EQ(api_.Connect(context_, reader_, scard::SHARE_EXCLUSIVE, scard::PROTOCOL_T0, &handle_,
+                           &protocol),
               0);
   }
 
   // T=0 header and a 4096-byte receive buffer, as the component sends.
   std::string Send(const std::string& hex) {
-    const std::vector<BYTE> command = Bytes(hex);
-    std::vector<BYTE> buffer(4096);
-    DWORD length = buffer.size();
-    const SCARD_IO_REQUEST header{SCARD_PROTOCOL_T0, 8};
-    const LONG result = SCardTransmit(handle_, &header, command.data(), command.size(), nullptr,
-                                      buffer.data(), &length);
+    const std::vector<std::uint8_t> command = Bytes(hex);
+    std::vector<std::uint8_t> buffer(4096);
+    PcscDword length = buffer.size();
+    const PcscIoRequest header{scard::PROTOCOL_T0, 8};
+    const PcscLong result = api_.Transmit(handle_, &header, command.data(), command.size(), nullptr,
+                                          buffer.data(), &length);
     EXPECT_EQ(result, 0) << hex;
     return result == 0 ? Hex(std::span(buffer.data(), length)) : "";
   }
 
   std::string card_;
   std::string reader_;
-  SCARDCONTEXT context_ = 0;
-  SCARDHANDLE handle_ = 0;
+  PcscLiteApi api_;
+  PcscContext context_ = 0;
+  PcscHandle handle_ = 0;
 };
 
 TEST_F(RealStack, ExclusiveConnectionReadsTheUid) {
   ASSERT_NO_FATAL_FAILURE(Connect());
-  SCARDHANDLE second = 0;
-  DWORD protocol = 0;
-  EXPECT_EQ(SCardConnect(context_, reader_.c_str(), SCARD_SHARE_SHARED, SCARD_PROTOCOL_T0, &second,
-                         &protocol),
-            SCARD_E_SHARING_VIOLATION);
+  PcscHandle second = 0;
+  PcscDword protocol = 0;
+  EXPECT_EQ(ScardCode(api_.Connect(context_, reader_, scard::SHARE_SHARED, scard::PROTOCOL_T0,
+                                   &second, &protocol)),
+            scard::E_SHARING_VIOLATION);
 
-  BYTE atr[MAX_ATR_SIZE];
-  DWORD atrLength = sizeof atr;
-  ASSERT_EQ(SCardStatus(handle_, nullptr, nullptr, nullptr, &protocol, atr, &atrLength), 0);
-  EXPECT_EQ(protocol, static_cast<DWORD>(SCARD_PROTOCOL_T0));
+  std::string name;
+  std::uint8_t atr[MAX_ATR_SIZE];
+  PcscDword atrLength = sizeof atr;
+  ASSERT_EQ(api_.Status(handle_, &name, nullptr, &protocol, atr, &atrLength), 0);
+  EXPECT_EQ(name, reader_);
+  EXPECT_EQ(protocol, scard::PROTOCOL_T0);
   const std::string uid = Send("FFCA000000");
   EXPECT_EQ(Sw(uid), "9000");
   if (card_.starts_with("mifare")) {
