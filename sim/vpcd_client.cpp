@@ -11,8 +11,6 @@
 #include <thread>
 #include <utility>
 
-#include "platform/pcsc_api.h"
-
 namespace lumivex::sim {
 
 namespace {
@@ -120,7 +118,7 @@ std::optional<std::vector<std::uint8_t>> VpcdClient::Answer(std::span<const std:
   // Every other message is a command APDU, an empty one included: the driver waits for an answer.
   Exchange exchange = reader_.Transmit(message);
   if (exchange.failure) {
-    if (*exchange.failure == scard::W_REMOVED_CARD) cardGone_ = true;
+    dropLink_ = true;
     return std::vector<std::uint8_t>{};
   }
   return std::move(exchange.response);
@@ -130,7 +128,7 @@ VpcdClient::Outcome VpcdClient::ServeOnce(const std::atomic<bool>& stop) {
   const Socket socket = ConnectTo(host_, port_);
   if (socket.fd() < 0) return Outcome::Unreachable;
   Log("connected to vpcd at " + host_ + ":" + std::to_string(port_));
-  cardGone_ = false;
+  dropLink_ = false;
   reader_.PowerCycle();
   std::vector<std::uint8_t> message;
   bool atrSent = false;  // the driver asks for the ATR again and again: report the first only
@@ -148,9 +146,9 @@ VpcdClient::Outcome VpcdClient::ServeOnce(const std::atomic<bool>& stop) {
     }
     const bool atrRequest = message.size() == 1 && message[0] == kGetAtr;
     const auto answer = Answer(message);
-    if (cardGone_) {
-      Log("the card left the reader");
-      return Outcome::CardGone;
+    if (dropLink_) {
+      Log(reader_.HasCard() ? "the card did not answer: link closed" : "the card left the reader");
+      return Outcome::LinkDropped;
     }
     if (answer && !SendMessage(socket.fd(), *answer)) {
       Log("vpcd closed the connection");

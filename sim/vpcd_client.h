@@ -25,7 +25,8 @@ class VpcdClient {
   enum class Outcome {
     Unreachable,   // no driver listens
     DriverClosed,  // the driver went away (pcscd stopped or restarted)
-    CardGone,      // the card left the reader: the link was closed so the driver sees it removed
+    LinkDropped,   // the card left the reader or did not answer: the link was closed, since the
+                   // driver has no way to report a silent card and would wait for it forever
     Stopped,       // the stop flag was raised
   };
 
@@ -34,8 +35,8 @@ class VpcdClient {
   // Progress lines ("connected", "ATR sent", ...); none by default.
   void SetLog(std::function<void(const std::string&)> log) { log_ = std::move(log); }
 
-  // The answer to one message of the driver: none for the controls that want no answer. An empty
-  // answer tells the driver that the card did not respond.
+  // The answer to one message of the driver: none for the controls that want no answer, an empty
+  // one when the card did not answer (ServeOnce then closes the link).
   std::optional<std::vector<std::uint8_t>> Answer(std::span<const std::uint8_t> message);
 
   // One connection: connects and serves it until it ends.
@@ -54,7 +55,7 @@ class VpcdClient {
   std::string host_;
   std::uint16_t port_;
   std::function<void(const std::string&)> log_;
-  bool cardGone_ = false;
+  bool dropLink_ = false;
 };
 
 }  // namespace lumivex::sim
