@@ -1,0 +1,208 @@
+// A broken or hostile card under the simulated reader, through the whole Encoder: a card that
+// never answers, answers garbage, always has more to send, or leaves the field mid-command. Every
+// operation ends in bounded time with its failure recorded, and the Encoder works again once a
+// good card is back.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "component/encoder.h"
+#include "component/error_codes.h"
+#include "component/texts.h"
+#include "sim/desfire/desfire_card.h"
+#include "sim/mifare/mifare_classic_card.h"
+#include "sim/simulated_pcsc.h"
+#include "tests/support/virtual_host.h"
+
+namespace lumivex::test {
+namespace {
+
+using sim::Fault;
+
+enum class Card { Mifare, Desfire };
+
+// One public operation, run on a card of the kind it is meant for.
+struct Operation {
+  const char* name;  // what the operation records as the failing function
+  Card card;
+  int frames;  // frames a good card exchanges for it (0: not checked)
+  std::function<sceReturnCode(Encoder&, std::string& output)> run;
+};
+
+const std::vector<Operation>& Operations() {
+  static const std::vector<Operation> table = {
+      {"ReadSerialNumber", Card::Mifare, 1,
+       [](Encoder& e, std::string& out) { return e.ReadSerialNumber(out); }},
+      {"ReadSerialNumber", Card::Desfire, 1,
+       [](Encoder& e, std::string& out) { return e.ReadSerialNumber(out); }},
+      {"Escape", Card::Desfire, 1,
+       [](Encoder& e, std::string& out) { return e.Escape("90 60 00 00 00", out); }},
+      {"EscapeExt", Card::Mifare, 1,
+       [](Encoder& e, std::string& out) {
+         std::string sw;
+         const sceReturnCode result = e.EscapeExt("ff ca 00 00 00", out, sw);
+         out += sw;
+         return result;
+       }},
+  };
+  return table;
+}
+
+std::string Describe(const Operation& op) {
+  return std::string(op.name) + (op.card == Card::Mifare ? " on MIFARE" : " on DESFire");
+}
+
+std::string ScardText(std::uint32_t code) {
+  return SCardErrorText(ScardNumber(ScardResult(code)));
+}
+
+// An Encoder opened on the simulated reader with a fresh card of the operation's kind.
+class Bench {
+ public:
+  explicit Bench(Card card) : card_(card) {
+    encoder_.Parameters(std::string("Device=") + sim::SimulatedPcsc::kDefaultReaderName);
+    InsertFreshCard();
+    EXPECT_EQ(encoder_.OpenEncoder(0), sceSuccess);
+  }
+
+  void InsertFreshCard() {
+    pcsc_->InsertCard(card_ == Card::Mifare ? sim::MakeMifareClassic() : sim::MakeDesfire());
+  }
+  void SetFault(Fault fault, std::size_t frames = 0) { pcsc_->reader().SetFault(fault, frames); }
+
+  // Runs the operation and measures how many frames it sent and how long it took.
+  sceReturnCode Run(const Operation& op, std::string& output) {
+    const std::size_t before = pcsc_->transmitCount();
+    const auto start = std::chrono::steady_clock::now();
+    const sceReturnCode result = op.run(encoder_, output);
+    elapsed_ = std::chrono::steady_clock::now() - start;
+    frames_ = pcsc_->transmitCount() - before;
+    return result;
+  }
+
+  // With the fault gone and a good card present, the Encoder reads the card again.
+  void ExpectRecovered(const std::string& context) {
+    SetFault(Fault::None);
+    if (!pcsc_->reader().HasCard()) InsertFreshCard();
+    std::string serial;
+    EXPECT_EQ(encoder_.ReadSerialNumber(serial), sceSuccess) << context;
+    EXPECT_EQ(serial, card_ == Card::Mifare ? "12345678" : "04112233445566") << context;
+  }
+
+  Encoder& encoder() { return encoder_; }
+  const CError& error() { return encoder_.LastError(); }
+  std::size_t frames() const { return frames_; }
+  std::chrono::duration<double> elapsed() const { return elapsed_; }
+
+ private:
+  Card card_;
+  std::shared_ptr<sim::SimulatedPcsc> pcsc_ = std::make_shared<sim::SimulatedPcsc>();
+  Encoder encoder_{Platform{pcsc_, std::make_shared<VirtualHost>(), nullptr}};
+  std::size_t frames_ = 0;
+  std::chrono::duration<double> elapsed_{};
+};
+
+// A transport failure of the frame: the engine's number and text, the PC/SC text as return code.
+void ExpectTransportFailure(Bench& bench, const Operation& op, sceReturnCode result,
+                            const std::string& output, const std::string& retCode) {
+  const std::string what = Describe(op);
+  EXPECT_EQ(result, sceError) << what;
+  EXPECT_EQ(output, "") << what;
+  EXPECT_EQ(bench.error().Number(), err::kCommandFailed) << what;
+  EXPECT_EQ(bench.error().Description(), "Encoder command failed") << what;
+  EXPECT_EQ(bench.error().ComFunction(), op.name) << what;
+  EXPECT_EQ(bench.error().RdrRetCode(), retCode) << what;
+}
+
+TEST(HostileCard, AGoodCardNeedsOnlyTheExpectedFrames) {
+  for (const Operation& op : Operations()) {
+    Bench bench(op.card);
+    std::string output;
+    EXPECT_EQ(bench.Run(op, output), sceSuccess) << Describe(op);
+    if (op.frames > 0) {
+      EXPECT_EQ(bench.frames(), static_cast<std::size_t>(op.frames)) << Describe(op);
+    }
+  }
+}
+
+TEST(HostileCard, AMuteCardFailsEachOperationWithTheTransportText) {
+  for (const Operation& op : Operations()) {
+    Bench bench(op.card);
+    bench.SetFault(Fault::Mute);
+    std::string output = "stale";
+    const sceReturnCode result = bench.Run(op, output);
+    ExpectTransportFailure(bench, op, result, output, ScardText(scard::W_UNRESPONSIVE_CARD));
+    bench.ExpectRecovered(Describe(op));
+  }
+}
+
+TEST(HostileCard, ACardPulledMidCommandReportsItsRemovalThenAnEmptyEncoder) {
+  for (const Operation& op : Operations()) {
+    Bench bench(op.card);
+    bench.SetFault(Fault::RemoveAfter, 0);
+    std::string output = "stale";
+    const sceReturnCode result = bench.Run(op, output);
+    ExpectTransportFailure(bench, op, result, output, ScardText(scard::W_REMOVED_CARD));
+
+    // The card is gone: the next operation finds an empty encoder and sends nothing.
+    output = "stale";
+    EXPECT_EQ(bench.Run(op, output), sceError) << Describe(op);
+    EXPECT_EQ(bench.frames(), 0U) << Describe(op);
+    EXPECT_EQ(bench.error().Number(), err::kEncoderEmpty) << Describe(op);
+    EXPECT_EQ(bench.error().Description(), "No card in encoder") << Describe(op);
+    EXPECT_EQ(bench.error().RdrRetCode(), ScardText(scard::E_NO_SMARTCARD)) << Describe(op);
+    EXPECT_EQ(bench.encoder().EncoderState(), sceOpened) << Describe(op);
+    bench.ExpectRecovered(Describe(op));
+    EXPECT_EQ(bench.encoder().EncoderState(), sceReady) << Describe(op);
+  }
+}
+
+TEST(HostileCard, AnEndlessContinuationChainIsCutAtItsBound) {
+  for (const Operation& op : Operations()) {
+    Bench bench(op.card);
+    bench.SetFault(Fault::Endless91AF);
+    std::string output = "stale";
+    const sceReturnCode result = bench.Run(op, output);
+    EXPECT_LT(bench.elapsed().count(), 10.0) << Describe(op);
+    if (op.frames == 1) {
+      // One command and no chain asked for: the 91AF answer is the caller's to continue.
+      EXPECT_EQ(bench.frames(), 1U) << Describe(op);
+      EXPECT_EQ(result, sceSuccess) << Describe(op);
+    } else {
+      EXPECT_LE(bench.frames(), 1024U + static_cast<std::size_t>(op.frames)) << Describe(op);
+      ExpectTransportFailure(bench, op, result, output, "91AF");
+    }
+    bench.ExpectRecovered(Describe(op));
+  }
+}
+
+// Random answers of random length: whatever they say, each operation ends with a result the host
+// can read, and a failure carries the engine's number.
+TEST(HostileCard, GarbageAnswersEndInARecordedResult) {
+  for (const Operation& op : Operations()) {
+    Bench bench(op.card);
+    bench.SetFault(Fault::Garbage);
+    int failures = 0;
+    for (int round = 0; round < 40; ++round) {
+      std::string output = "stale";
+      const sceReturnCode result = bench.Run(op, output);
+      EXPECT_LE(bench.frames(), 1024U) << Describe(op);
+      EXPECT_LE(output.size(), 2U * 4096U) << Describe(op);
+      if (result == sceSuccess) continue;
+      ++failures;
+      EXPECT_EQ(result, sceError) << Describe(op);
+      EXPECT_EQ(output, "") << Describe(op);
+      EXPECT_EQ(bench.error().Number(), err::kCommandFailed) << Describe(op);
+      EXPECT_EQ(bench.error().ComFunction(), op.name) << Describe(op);
+    }
+    EXPECT_GT(failures, 20) << Describe(op);  // random status words are almost never success
+    bench.ExpectRecovered(Describe(op));
+  }
+}
+
+}  // namespace
+}  // namespace lumivex::test
