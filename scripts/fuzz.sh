@@ -4,12 +4,12 @@
 # A crash, a failed check, a leak, a hang (-timeout) or runaway memory (-rss_limit_mb) fails the
 # run and leaves the input in build/fuzz/artifacts.
 #
-#   scripts/fuzz.sh                   # every target, 15 s each (the CI smoke run)
+#   scripts/fuzz.sh 10                # every target, 10 s each (the CI smoke run)
 #   scripts/fuzz.sh 600 command_engine  # one target for ten minutes
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-seconds=${1:-15}
+seconds=${1:-10}
 shift || true
 targets=("$@")
 if ((${#targets[@]} == 0)); then

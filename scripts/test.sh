@@ -18,8 +18,8 @@ if [ -x tests/pcsc/with-pcscd.sh ] && [ -f tests/pcsc/CMakeLists.txt ]; then
   tests/pcsc/with-pcscd.sh ctest --test-dir build/dev -L pcsc --output-on-failure
 fi
 
-echo "== fuzz smoke run (15 s a target)"
-scripts/fuzz.sh 15
+echo "== fuzz smoke run (10 s a target)"
+scripts/fuzz.sh 10
 
 for target in mingw-i686 mingw-x86_64; do
   echo "== cross build: $target"
