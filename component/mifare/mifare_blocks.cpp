@@ -40,7 +40,6 @@ std::string Encoder::NormaliseMifareKey(const std::string& key) {
   } catch (...) {
     // A key that does not convert travels as given; the reader refuses the frame it makes.
   }
-  if (!normalised.empty()) RememberSecret(normalised);
   return normalised;
 }
 
@@ -193,7 +192,6 @@ sceReturnCode Encoder::MifareAuthenticate(std::uint8_t KeyType, std::int32_t Blo
   static constexpr const char* kName = "MifareAuthenticate";
   try {
     const std::string location = KeyType == 1 ? "00" : "10";
-    if (!Key.empty()) RememberSecret(Key);
     std::string response;
     std::string statusWord;
     bool autoContinue = false;

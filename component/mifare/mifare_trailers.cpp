@@ -121,6 +121,7 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
         }
         const std::int32_t trailerBloc = mifare::SectorTrailerBloc(SectorNumber);
         const std::string key = NormaliseMifareKey(Key);
+        // The new keys travel as block data, which the trace does not mask by itself.
         RememberSecret(keyA);
         RememberSecret(keyB);
 
