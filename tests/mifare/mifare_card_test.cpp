@@ -187,7 +187,6 @@ TEST(MifareCard, ArgumentsAreCheckedInOrderBeforeAnyTraffic) {
   // clang-format off
   const Case cases[] = {
       {"A0A1A2A3A4A", 16, 0, std::nullopt, err::kKeyNot12Hex, "A key must contain 12 hex digits"},
-      {"A0A1A2A3A4A5A6", 0, 0, std::nullopt, err::kKeyNot12Hex, "A key must contain 12 hex digits"},
       {kKeyA, 16, 0, Variant::FromText("x"), err::kInvalidSecurity, kBadLevels},
       {kKeyA, 0, -2, std::nullopt, err::kInvalidSecurity, kBadLevels},
       {kKeyA, 0, 0, Variant::FromText("x"), err::kIncorrectBX, "Incorrect value for BX"},
