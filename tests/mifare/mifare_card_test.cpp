@@ -16,7 +16,7 @@ namespace {
 const std::string kFactoryKey = "FFFFFFFFFFFF";
 const std::string kKeyA = "A0A1A2A3A4A5";
 const std::string kKeyB = "B0B1B2B3B4B5";
-const char* const kBadLevels = "Invalid security information in parameters";
+const std::string kBadLevels = "Invalid security information in parameters";
 
 struct Station {
   explicit Station(sim::MifareClassicOptions options = {}) {
@@ -26,25 +26,24 @@ struct Station {
   }
   std::string Read(std::int32_t bloc, const std::string& key = kFactoryKey) {
     std::string contents;
-    EXPECT_EQ(encoder.ReadDataBloc(bloc, key, 1, contents), sceSuccess) << Last().Description();
+    EXPECT_EQ(encoder.ReadDataBloc(bloc, key, 1, contents), sceSuccess);
     return contents;
   }
   // Sector 1 (blocks 4 to 7) gets keys A and B and the levels; the factory key authorises it.
-  sceReturnCode WriteSector1(std::uint8_t keysToUse, std::int32_t s0, std::int32_t s1,
-                             std::int32_t s2, std::int32_t trailer, const std::string& keyA = kKeyA,
-                             const std::optional<Variant>& bx = std::nullopt) {
-    return encoder.WriteSectorTrailer(1, kFactoryKey, 1, keyA, kKeyB, keysToUse,
-                                      SCBS_SecurityLevelEnum(s0), SCBS_SecurityLevelEnum(s1),
-                                      SCBS_SecurityLevelEnum(s2), SCSS_SecurityLevelEnum(trailer),
-                                      bx);
+  sceReturnCode WriteSector1(std::uint8_t keysToUse, std::array<std::int32_t, 4> levels,
+                             const std::optional<Variant>& bx = std::nullopt,
+                             const std::string& keyA = kKeyA) {
+    return encoder.WriteSectorTrailer(
+        1, kFactoryKey, 1, keyA, kKeyB, keysToUse, SCBS_SecurityLevelEnum(levels[0]),
+        SCBS_SecurityLevelEnum(levels[1]), SCBS_SecurityLevelEnum(levels[2]),
+        SCSS_SecurityLevelEnum(levels[3]), bx);
   }
-  const CError& Last() { return encoder.LastError(); }
-  // number 0: success, recorded with the operation's name alone.
+  // number 0: a success, recorded with the operation's name alone.
   void Expect(std::int32_t number, const std::string& description, const std::string& function,
               const std::string& rdrCommand = "") {
-    EXPECT_EQ(std::make_tuple(Last().Number(), Last().Description(), Last().ComFunction(),
-                              Last().RdrCommand()),
-              std::make_tuple(number, description, function, rdrCommand));
+    const CError& e = encoder.LastError();
+    EXPECT_EQ(std::make_tuple(e.Number(), e.Description(), e.ComFunction(), e.RdrCommand()),
+              std::tie(number, description, function, rdrCommand));
   }
 
   std::shared_ptr<sim::SimulatedPcsc> pcsc = std::make_shared<sim::SimulatedPcsc>();
@@ -76,8 +75,8 @@ TEST(MifareCard, BlocksValueBlocksAndTheManufacturerBlockRoundTrip) {
               sceSuccess);
     station.Expect(0, "", "MifareReadManufacturerCode");
     EXPECT_EQ(serial, -231451016);
+    EXPECT_EQ(bloc0.substr(0, 8) + ":" + bloc0.substr(10), "F2345678:" + info);
     EXPECT_EQ(check, std::stoi(bloc0.substr(8, 2), nullptr, 16));  // as read, not verified
-    EXPECT_EQ(bloc0.substr(0, 10) + info, bloc0);
   }
 }
 
@@ -85,7 +84,7 @@ TEST(MifareCard, ByteRangesAreReadModifiedAndWritten) {
   const std::string original = "000102030405060708090A0B0C0D0E0F";
   struct Case {
     std::uint8_t from, to;
-    std::string input, expected;  // expected "": offsets refused, after the read
+    std::string input, expected;  // expected "": offsets refused after the read
   };
   // clang-format off
   const Case cases[] = {
@@ -111,90 +110,88 @@ TEST(MifareCard, ByteRangesAreReadModifiedAndWritten) {
   }
 }
 
-TEST(MifareCard, TrailersWrittenFromLevelsReadBackAsLevels) {
+TEST(MifareCard, TrailersWrittenFromLevelsHoldTheirBitsAndReadBackAsLevels) {
   struct Case {
+    bool valueBloc;  // block 4 written as a value block first
+    std::vector<std::pair<std::int32_t, std::string>> table;  // MifareSetAccessCondition calls
     std::uint8_t keysToUse;
     std::array<std::int32_t, 4> levels;
     std::optional<Variant> bx;
-    std::string readKey;
-    std::array<std::int32_t, 4> readBack;
-    std::uint8_t keysUsed, bxReadBack;
+    std::string bits;                      // C1C2C3 of blocks 0 to 3 as the card holds them
+    std::array<std::int32_t, 6> readBack;  // levels 0 to 3, keys used, BX
   };
+  const std::array<std::int32_t, 4> keyB{scbs_A_Read + scbs_B_Write, scbs_B_Read, scbs_B_ReadWrite,
+                                         scss_B_WriteKeysConditions};
   // clang-format off
   const Case cases[] = {  // BX absent: the card's own user byte stays; -1: the card's level stays
-      {1, {scbs_A_ReadWrite, scbs_A_Read, scbs_A_Nothing, scss_A_WriteKeysConditions}, std::nullopt, kKeyA, {15, 5, 0, 3}, 1, 0x69},
-      {2, {scbs_A_Read + scbs_B_ReadWrite, scbs_B_Read, scbs_B_ReadWrite, scss_B_WriteKeysConditions}, Variant::FromText("42"), kKeyB, {13, 12, 12, 12}, 2, 42},
-      {2, {-1, -1, -1, scss_B_WriteConditions}, Variant::FromByte(7), kKeyB, {15, 15, 15, 8}, 2, 7}};
-  // clang-format on
-  for (const auto& c : cases) {
-    Station station;
-    ASSERT_EQ(station.WriteSector1(c.keysToUse, c.levels[0], c.levels[1], c.levels[2], c.levels[3],
-                                   kKeyA, c.bx),
-              sceSuccess);
-    station.Expect(0, "", "MifareWriteSectorTrailer");
-    std::uint8_t keysUsed = 0, bx = 0;
-    std::array<SCBS_SecurityLevelEnum, 3> s{};
-    SCSS_SecurityLevelEnum trailer{};
-    ASSERT_EQ(
-        station.encoder.ReadSectorTrailer(1, c.readKey, 1, keysUsed, s[0], s[1], s[2], trailer, bx),
-        sceSuccess);
-    station.Expect(0, "", "MifareReadSectorTrailer");
-    EXPECT_EQ((std::array<std::int32_t, 4>{s[0], s[1], s[2], trailer}), c.readBack);
-    EXPECT_EQ(keysUsed, c.keysUsed);
-    EXPECT_EQ(bx, c.bxReadBack);
-  }
-}
-
-TEST(MifareCard, ValueBlocListAndHostOverridesChangeTheBitsWritten) {
-  struct Case {
-    bool valueBloc;
-    std::vector<std::pair<std::int32_t, std::string>> conditions;
-    std::int32_t level;
-    std::string bits;
-  };
-  // clang-format off
-  const Case cases[] = {
-      {false, {}, scbs_A_Read + scbs_B_Write, "100"},
-      {true, {}, scbs_A_Read + scbs_B_Write, "110"},
-      {false, {{5, "110"}}, scbs_B_Read, "110"},
-      {false, {{0, "000"}, {10, "000"}, {5, "0000"}, {5, "012"}}, scbs_B_Read, "101"}};  // refused silently
+      {false, {}, 1, {scbs_A_ReadWrite, scbs_A_Read, scbs_A_Nothing, scss_A_WriteKeysConditions}, std::nullopt,
+       "000001111001", {15, 5, 0, 3, 1, 0x69}},
+      {false, {}, 2, {-1, -1, -1, scss_B_WriteConditions}, Variant::FromByte(7), "000000000101", {15, 15, 15, 8, 2, 7}},
+      {false, {}, 1, {scbs_A_Write, scbs_A_Read + scbs_B_ReadWrite, scbs_B_ReadWrite, scss_A_Nothing}, std::nullopt,
+       "000001111010", {15, 5, 0, 0, 1, 0x69}},  // key A only: the B part of a level is dropped
+      {false, {}, 1, {1, 1, 1, scss_A_WriteKeys}, std::nullopt, "001001001000", {5, 5, 5, 1, 1, 0x69}},
+      {false, {}, 1, {3, 3, 3, scss_A_WriteConditions + scss_B_WriteKeys}, std::nullopt, "000000000001",
+       {15, 15, 15, 3, 1, 0x69}},
+      {false, {}, 0, {5, 8, 10, scss_B_Nothing}, std::nullopt, "001011000111", {5, 12, 15, 0, 2, 0x69}},
+      {false, {}, 2, {11, 14, 15, scss_B_WriteKeys}, std::nullopt, "000000000100", {15, 15, 15, 4, 2, 0x69}},
+      {false, {}, 2, keyB, Variant::FromText("42"), "100101011011", {13, 12, 12, 12, 2, 42}},
+      {true, {}, 2, keyB, std::nullopt, "110101011011", {13, 12, 12, 12, 2, 0x69}},
+      {true, {{5, "110"}, {8, "010"}}, 2, keyB, std::nullopt, "010110011011", {5, 13, 12, 12, 2, 0x69}},
+      {false, {{4, "010"}, {6, "100"}, {7, "110"}, {9, "001"}}, 2, {0, 5, 8, 12}, std::nullopt, "010100110011",
+       {5, 13, 13, 12, 2, 0x69}},
+      {false, {{1, "110"}, {2, "101"}, {3, "100"}, {9, "001"}}, 1, {0, 1, 2, 3}, std::nullopt, "110101100001",
+       {13, 12, 13, 3, 1, 0x69}},
+      {false, {{9, "101"}}, 2, {10, 11, 14, 12}, std::nullopt, "101101101011", {12, 12, 12, 12, 2, 0x69}},
+      {false, {{0, "000"}, {10, "000"}, {5, "0000"}, {5, "012"}}, 2, keyB, std::nullopt, "100101011011",
+       {13, 12, 12, 12, 2, 0x69}}};  // silently refused
   // clang-format on
   for (const auto& c : cases) {
     Station station;
     if (c.valueBloc) {
       ASSERT_EQ(station.encoder.MifareWriteValueBloc(4, kFactoryKey, 1, 10), sceSuccess);
     }
-    for (const auto& [number, bits] : c.conditions)
-      station.encoder.SetAccessCondition(number, bits);
-    ASSERT_EQ(station.WriteSector1(2, c.level, 12, 12, 12), sceSuccess);
-    const std::string trailer = station.Read(7, kKeyB);
+    for (const auto& [number, bits] : c.table) station.encoder.SetAccessCondition(number, bits);
+    ASSERT_EQ(station.WriteSector1(c.keysToUse, c.levels, c.bx), sceSuccess);
+    station.Expect(0, "", "MifareWriteSectorTrailer");
+    const std::string key = c.keysToUse == 1 ? kKeyA : kKeyB;
+    const std::string trailer = station.Read(7, key);
     const int byte7 = std::stoi(trailer.substr(14, 2), nullptr, 16);
     const int byte8 = std::stoi(trailer.substr(16, 2), nullptr, 16);
-    EXPECT_EQ(std::to_string((byte7 >> 4) & 1) + std::to_string(byte8 & 1) +
-                  std::to_string((byte8 >> 4) & 1),
-              c.bits);
+    std::string bits;
+    for (int i = 0; i < 4; ++i) {
+      for (const int bit : {(byte7 >> (4 + i)) & 1, (byte8 >> i) & 1, (byte8 >> (4 + i)) & 1})
+        bits += char('0' + bit);
+    }
+    EXPECT_EQ(bits, c.bits);
+    std::uint8_t keysUsed = 0, bx = 0;
+    std::array<SCBS_SecurityLevelEnum, 3> s{};
+    SCSS_SecurityLevelEnum t{};
+    ASSERT_EQ(station.encoder.ReadSectorTrailer(1, key, 1, keysUsed, s[0], s[1], s[2], t, bx),
+              sceSuccess);
+    station.Expect(0, "", "MifareReadSectorTrailer");
+    EXPECT_EQ((std::array<std::int32_t, 6>{s[0], s[1], s[2], t, keysUsed, bx}), c.readBack);
   }
 }
 
 TEST(MifareCard, ArgumentsAreCheckedInOrderBeforeAnyTraffic) {
   struct Case {
     std::string keyA;
-    std::int32_t s1, trailer;
+    std::int32_t level;
     std::optional<Variant> bx;
     std::int32_t number;
     std::string description;
   };
   // clang-format off
   const Case cases[] = {
-      {"A0A1A2A3A4A", 16, 0, std::nullopt, err::kKeyNot12Hex, "A key must contain 12 hex digits"},
-      {kKeyA, 16, 0, Variant::FromText("x"), err::kInvalidSecurity, kBadLevels},
-      {kKeyA, 0, -2, std::nullopt, err::kInvalidSecurity, kBadLevels},
-      {kKeyA, 0, 0, Variant::FromText("x"), err::kIncorrectBX, "Incorrect value for BX"},
-      {kKeyA, 0, 0, Variant::FromInt32(256), err::kIncorrectBX, "Incorrect value for BX"}};
+      {"A0A1A2A3A4A", 16, std::nullopt, err::kKeyNot12Hex, "A key must contain 12 hex digits"},
+      {kKeyA, 16, Variant::FromText("x"), err::kInvalidSecurity, kBadLevels},
+      {kKeyA, -2, std::nullopt, err::kInvalidSecurity, kBadLevels},
+      {kKeyA, 0, Variant::FromText("x"), err::kIncorrectBX, "Incorrect value for BX"},
+      {kKeyA, 0, Variant::FromInt32(256), err::kIncorrectBX, "Incorrect value for BX"}};
   // clang-format on
   for (const auto& c : cases) {
     Station station;
-    EXPECT_EQ(station.WriteSector1(2, 0, c.s1, 0, c.trailer, c.keyA, c.bx), sceError);
+    EXPECT_EQ(station.WriteSector1(2, {0, 0, 0, c.level}, c.bx, c.keyA), sceError);
     station.Expect(c.number, c.description, "MifareWriteSectorTrailer");
     EXPECT_EQ(station.pcsc->transmitCount(), 0U) << c.description;
   }
@@ -204,10 +201,15 @@ TEST(MifareCard, ArgumentsAreCheckedInOrderBeforeAnyTraffic) {
   station.Expect(err::kBlocNot32Hex, "A data bloc must contain 32 hex digits",
                  "MifareWriteDataBloc");
   EXPECT_EQ(station.pcsc->transmitCount(), 0U);
-  // A level without bits in key-B mode shows only once the trailer has been read.
-  EXPECT_EQ(station.WriteSector1(2, scbs_A_Read, 0, 0, 0), sceError);
-  station.Expect(err::kInvalidSecurity, kBadLevels, "MifareWriteSectorTrailer");
-  EXPECT_EQ(station.pcsc->transmitCount(), 1U);
+  // Levels without bits in key-B mode show only once the trailer has been read.
+  const std::array<std::int32_t, 4> noBits[] = {{1, 0, 0, 0}, {0, 2, 0, 0}, {0, 0, 3, 0},
+                                                {6, 0, 0, 0}, {7, 0, 0, 0}, {0, 0, 0, 1},
+                                                {0, 0, 0, 13}};
+  for (std::size_t i = 0; i < std::size(noBits); ++i) {
+    EXPECT_EQ(station.WriteSector1(2, noBits[i]), sceError);
+    station.Expect(err::kInvalidSecurity, kBadLevels, "MifareWriteSectorTrailer");
+    EXPECT_EQ(station.pcsc->transmitCount(), i + 1);
+  }
 }
 
 TEST(MifareCard, CardAndReaderFailuresNameTheOperation) {
@@ -234,7 +236,7 @@ TEST(MifareCard, CardAndReaderFailuresNameTheOperation) {
     EXPECT_EQ(station.encoder.MifareReadDataBloc(c.bloc, c.key, 1, contents), sceError);
     station.Expect(c.number, c.description, "MifareReadDataBloc", c.rdrCommand);
     EXPECT_EQ(contents, c.contentsAfterRead);
-    contents = "77";
+    contents = "77";  // an operation built on the read marks itself in front of the read
     EXPECT_EQ(station.encoder.MifareWriteBytesInBloc(c.bloc, c.key, 1, 0, 0, contents), sceError);
     station.Expect(c.number, c.description, "MifareWriteBytesInBloc",
                    "MifareReadDataBloc:" + c.rdrCommand);
@@ -244,12 +246,12 @@ TEST(MifareCard, CardAndReaderFailuresNameTheOperation) {
 
 TEST(MifareCard, CardRefusesKeyAWhereOnlyKeyBMayWrite) {
   Station station;
-  ASSERT_EQ(station.WriteSector1(2, scbs_A_Read + scbs_B_ReadWrite, 12, 12, 12), sceSuccess);
+  ASSERT_EQ(station.WriteSector1(2, {scbs_A_Read + scbs_B_ReadWrite, 12, 12, 12}), sceSuccess);
   std::string data(32, '5');
   EXPECT_EQ(station.encoder.MifareWriteDataBloc(4, kKeyA, 1, data), sceError);
   station.Expect(err::kCommandFailed, "Encoder command failed", "MifareWriteDataBloc",
                  "EncoderCommand:SCardTransmit:MifareClassicWrite");
-  EXPECT_EQ(station.Last().RdrRetCode(), "6982");
+  EXPECT_EQ(station.encoder.LastError().RdrRetCode(), "6982");
   EXPECT_EQ(station.encoder.MifareWriteDataBloc(4, kKeyB, 2, data), sceSuccess);
   EXPECT_EQ(station.Read(4, kKeyA), data);
 }
