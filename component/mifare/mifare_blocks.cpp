@@ -30,10 +30,10 @@ bool IsBlocText(const std::string& text) {
 std::string Encoder::NormaliseMifareKey(const std::string& key) {
   std::string normalised = key;
   try {
-    const crypto::ConvertValue converted =
-        Des().ConvertData(crypto::ConvertValue{key}, kHexTextOutput);
-    if (const auto* text = std::get_if<std::string>(&converted)) {
+    crypto::ConvertValue converted = Des().ConvertData(crypto::ConvertValue{key}, kHexTextOutput);
+    if (auto* text = std::get_if<std::string>(&converted)) {
       normalised = *text;
+      crypto::SecureWipe(*text);
     } else if (std::holds_alternative<std::monostate>(converted)) {
       normalised.clear();
     }
@@ -53,7 +53,8 @@ sceReturnCode Encoder::MifareReadDataBloc(std::int32_t BlocNumber, const std::st
         ClearLastError();
         if (SelectCardInRange() == sceError) return Outcome::kFailed;
         BlocContents.clear();
-        const std::string key = NormaliseMifareKey(Key);
+        std::string key = NormaliseMifareKey(Key);
+        const mifare::WipedOnExit wipeKey(key);
         // The frame carries only the key value: KeyType does not change it.
         std::string response;
         std::string statusWord;
@@ -86,7 +87,8 @@ sceReturnCode Encoder::MifareWriteDataBloc(std::int32_t BlocNumber, const std::s
           return Outcome::kRecorded;
         }
         if (SelectCardInRange() == sceError) return Outcome::kFailed;
-        const std::string key = NormaliseMifareKey(Key);
+        std::string key = NormaliseMifareKey(Key);
+        const mifare::WipedOnExit wipeKey(key);
         // The frame carries only the key value: KeyType does not change it.
         std::string response;
         std::string statusWord;
@@ -115,7 +117,8 @@ sceReturnCode Encoder::MifareReadManufacturerCode(const std::string& Key, std::u
         Trace(std::string("--> ") + kName);
         ClearLastError();
         ManufacturerInfo.clear();
-        const std::string key = NormaliseMifareKey(Key);
+        std::string key = NormaliseMifareKey(Key);
+        const mifare::WipedOnExit wipeKey(key);
         std::string block;
         if (MifareReadDataBloc(0, key, KeyType, block) == sceError) return Outcome::kFailed;
         if (!IsBlocText(block)) {

@@ -56,12 +56,14 @@ sceReturnCode Encoder::MifareReadSectorTrailer(
       [&] {
         Trace(std::string("--> ") + kName);
         ClearLastError();
-        std::string block;
+        std::string block;  // key B shows in it when the access bits let it be read
+        const mifare::WipedOnExit wipeBlock(block);
         if (MifareReadDataBloc(mifare::SectorTrailerBloc(SectorNumber), Key, KeyType, block) ==
             sceError) {
           return Outcome::kFailed;
         }
         std::string digits = block;
+        const mifare::WipedOnExit wipeDigits(digits);
         if (!IsHexString(digits, 32)) {
           if (LastError().Number() == 0) {
             SetLastError({err::kReadError, "Read error on encoder", {}, {}, {}, {}});
@@ -106,6 +108,8 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
         };
         std::string keyA = KeyA;
         std::string keyB = KeyB;
+        const mifare::WipedOnExit wipeKeyA(keyA);
+        const mifare::WipedOnExit wipeKeyB(keyB);
         if (!IsHexString(keyA, kKeyDigits) || !IsHexString(keyB, kKeyDigits)) {
           return refuse(err::kKeyNot12Hex, "A key must contain 12 hex digits");
         }
@@ -120,7 +124,8 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
           if (!bx.has_value()) return refuse(err::kIncorrectBX, "Incorrect value for BX");
         }
         const std::int32_t trailerBloc = mifare::SectorTrailerBloc(SectorNumber);
-        const std::string key = NormaliseMifareKey(Key);
+        std::string key = NormaliseMifareKey(Key);
+        const mifare::WipedOnExit wipeKey(key);
         // The new keys travel as block data, which the trace does not mask by itself.
         RememberSecret(keyA);
         RememberSecret(keyB);
@@ -159,6 +164,7 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
           return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
         }
         std::string block = keyA;
+        const mifare::WipedOnExit wipeBlock(block);
         for (const std::uint8_t byte : access) block += mifare::HexByte(byte);
         block += mifare::HexByte(bx.value_or(currentBx));
         block += keyB;

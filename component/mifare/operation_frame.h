@@ -1,8 +1,11 @@
 // The frame every MIFARE operation of the Encoder runs in: the body reports how it ended, and no
-// exception leaves it.
+// exception leaves it; and the wiping of the key texts it handles.
 #pragma once
 
+#include <string>
+
 #include "component/types.h"
+#include "crypto/secure_memory.h"
 
 namespace lumivex::mifare {
 
@@ -28,5 +31,17 @@ sceReturnCode RunOperation(Body&& body, End&& end) noexcept {
   }
   return outcome == Outcome::kSuccess ? sceSuccess : sceError;
 }
+
+// Wipes a local copy of key material (a key text, a trailer block) when it goes out of scope.
+class WipedOnExit {
+ public:
+  explicit WipedOnExit(std::string& text) : text_(text) {}
+  ~WipedOnExit() { crypto::SecureWipe(text_); }
+  WipedOnExit(const WipedOnExit&) = delete;
+  WipedOnExit& operator=(const WipedOnExit&) = delete;
+
+ private:
+  std::string& text_;
+};
 
 }  // namespace lumivex::mifare
