@@ -10,10 +10,12 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "component/encoder.h"
+#include "component/variant.h"
 #include "fuzz/fuzz_check.h"
 #include "platform/pcsc_api.h"
 #include "tests/support/encoder_test_peer.h"
@@ -297,6 +299,124 @@ void RunCommand(FuzzedDataProvider& input, Bench& bench) {
   }
 }
 
+std::string Key(FuzzedDataProvider& input) {
+  return input.ConsumeBool() ? "FF FF FF FF FF FF" : HexParam(input);
+}
+
+// Block contents as a host may give them: 32 hex digits, sometimes spaced or lower case, or not.
+std::string Bloc(FuzzedDataProvider& input) {
+  return input.ConsumeBool() ? "00112233445566778899aabbccddeeff" : HexParam(input);
+}
+
+std::optional<Variant> Bx(FuzzedDataProvider& input) {
+  switch (input.ConsumeIntegralInRange(0, 4)) {
+    case 0:
+      return std::nullopt;
+    case 1:
+      return Variant::FromInt32(input.ConsumeIntegral<std::int32_t>());
+    case 2:
+      return Variant::FromDouble(input.ConsumeFloatingPoint<double>());
+    case 3:
+      return Variant::FromText(input.ConsumeRandomLengthString(8));
+    default:
+      return Variant::Null();
+  }
+}
+
+template <typename Enum>
+Enum AnyLevel(FuzzedDataProvider& input) {
+  return static_cast<Enum>(input.ConsumeBool() ? input.ConsumeIntegralInRange(0, 15)
+                                               : input.ConsumeIntegral<std::int32_t>());
+}
+
+bool IsLevel(int value) {
+  return value >= 0 && value <= 15;
+}
+
+// The MIFARE operations with any arguments against whatever the card answers.
+void RunMifare(FuzzedDataProvider& input, Bench& bench) {
+  Encoder& encoder = bench.encoder;
+  const std::size_t before = bench.pcsc->transmits();
+  const auto bloc = input.ConsumeBool() ? input.ConsumeIntegralInRange(0, 255)
+                                        : input.ConsumeIntegral<std::int32_t>();
+  const std::string key = Key(input);
+  const auto keyType = input.ConsumeIntegral<std::uint8_t>();
+  switch (input.ConsumeIntegralInRange(0, 7)) {
+    case 0: {
+      std::string contents = "stale";
+      const sceReturnCode result = encoder.MifareReadDataBloc(bloc, key, keyType, contents);
+      CheckFailure(encoder, result, "MifareReadDataBloc");
+      if (result == sceSuccess) FUZZ_CHECK(IsUpperHex(contents) && contents.size() % 2 == 0);
+      break;
+    }
+    case 1: {
+      std::string contents = Bloc(input);
+      CheckFailure(encoder, encoder.MifareWriteDataBloc(bloc, key, keyType, contents),
+                   "MifareWriteDataBloc");
+      break;
+    }
+    case 2: {
+      std::int32_t serial = 0;
+      std::uint8_t checkSum = 0;
+      std::string info = "stale";
+      const sceReturnCode result =
+          encoder.MifareReadManufacturerCode(key, keyType, serial, checkSum, info);
+      CheckFailure(encoder, result, "MifareReadManufacturerCode");
+      if (result == sceSuccess) FUZZ_CHECK(info.size() == 22 && IsUpperHex(info));
+      break;
+    }
+    case 3: {
+      std::string contents = Bloc(input);
+      const auto from = input.ConsumeIntegral<std::uint8_t>();
+      const auto to = input.ConsumeIntegral<std::uint8_t>();
+      const sceReturnCode result =
+          encoder.MifareWriteBytesInBloc(bloc, key, keyType, from, to, contents);
+      CheckFailure(encoder, result, "MifareWriteBytesInBloc");
+      if (result == sceSuccess) FUZZ_CHECK(contents.size() == 32 && IsUpperHex(contents));
+      break;
+    }
+    case 4:
+      CheckFailure(
+          encoder,
+          encoder.MifareWriteValueBloc(bloc, key, keyType, input.ConsumeIntegral<std::int32_t>()),
+          "MifareWriteValueBloc");
+      break;
+    case 5: {
+      std::uint8_t keysUsed = 0;
+      std::uint8_t bx = 0;
+      SCBS_SecurityLevelEnum s0{}, s1{}, s2{};
+      SCSS_SecurityLevelEnum conditions{};
+      const sceReturnCode result =
+          encoder.MifareReadSectorTrailer(bloc, key, keyType, keysUsed, s0, s1, s2, conditions, bx);
+      CheckFailure(encoder, result, "MifareReadSectorTrailer");
+      if (result == sceSuccess) {
+        FUZZ_CHECK(IsLevel(s0) && IsLevel(s1) && IsLevel(s2) && IsLevel(conditions));
+      }
+      break;
+    }
+    case 6: {
+      const std::string keyA = Key(input);
+      const std::string keyB = Key(input);
+      const auto keysToUse = input.ConsumeIntegral<std::uint8_t>();
+      const auto s0 = AnyLevel<SCBS_SecurityLevelEnum>(input);
+      const auto s1 = AnyLevel<SCBS_SecurityLevelEnum>(input);
+      const auto s2 = AnyLevel<SCBS_SecurityLevelEnum>(input);
+      const auto conditions = AnyLevel<SCSS_SecurityLevelEnum>(input);
+      CheckFailure(encoder,
+                   encoder.MifareWriteSectorTrailer(bloc, key, keyType, keyA, keyB, keysToUse, s0,
+                                                    s1, s2, conditions, Bx(input)),
+                   "MifareWriteSectorTrailer");
+      break;
+    }
+    default:
+      encoder.MifareSetAccessCondition(input.ConsumeIntegral<std::int32_t>(),
+                                       input.ConsumeRandomLengthString(8));
+      break;
+  }
+  // A MIFARE operation sends one frame, or a read and a write; it never follows a chain.
+  FUZZ_CHECK(bench.pcsc->transmits() - before <= 2);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -306,7 +426,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   encoder.SetOpenWait(std::chrono::milliseconds(0));
   int operations = 0;
   while (input.remaining_bytes() > 0 && ++operations < 64) {
-    switch (input.ConsumeIntegralInRange(0, 11)) {
+    switch (input.ConsumeIntegralInRange(0, 15)) {
       case 0:
         CheckFailure(encoder, encoder.OpenEncoder(input.ConsumeIntegral<std::int32_t>()),
                      "OpenEncoder");
@@ -354,6 +474,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       case 7:
         encoder.Parameters(std::string("Protocol=") + (input.ConsumeBool() ? "2" : "1") +
                            ";force_reconnect=" + (input.ConsumeBool() ? "1" : "0"));
+        break;
+      case 8:
+      case 9:
+      case 10:
+      case 11:
+        RunMifare(input, bench);
         break;
       default:
         RunCommand(input, bench);
