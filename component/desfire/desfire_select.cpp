@@ -75,11 +75,12 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
     std::string statusWord;
     bool autoContinue = false;
 
-    // A reader that authenticates by itself would be given a template for this command; ours has
-    // none, so the engine sends nothing and reports success.
+    // A reader that authenticates by itself would be given a template for this command (reader
+    // and card key numbers, application, the three DES keys); ours has none, so the engine sends
+    // nothing and reports success.
     if (EncoderCommand(cmd::DesfireAuthenticate1,
-                       {keyNumber, appId, first.str(), second.str(), first.str()}, response,
-                       statusWord, autoContinue) != sceSuccess) {
+                       {keyNumber, keyNumber, appId, first.str(), second.str(), first.str()},
+                       response, statusWord, autoContinue) != sceSuccess) {
       ErrorFields fields;
       fields.ComFunction = op;
       fields.RdrCommand = "DesfireAuthenticate1";
