@@ -1,6 +1,9 @@
+#include "crypto/crc16.h"
+
 #include <array>
 
-#include "crypto/crc16.h"
+#include "crypto/des.h"
+#include "crypto/hex_codec.h"
 
 namespace lumivex::crypto {
 namespace {
@@ -24,6 +27,22 @@ std::uint16_t Crc16A(std::span<const std::uint8_t> data) {
   unsigned crc = 0x6363;
   for (const std::uint8_t b : data) crc = (crc >> 8) ^ kCrcTable[(crc ^ b) & 0xFFU];
   return static_cast<std::uint16_t>(crc);
+}
+
+// The CRC of hex text, "LL HH" (low byte first, the order DESFire appends it in). A text that does
+// not convert is swallowed: the CRC is then the one of no data.
+std::string DES::CRC16(const std::string& data) {
+  std::vector<std::uint8_t> bytes;
+  try {
+    bytes = detail::ParseHex(data, detail::Separators::kSkipped);
+  } catch (const DesError&) {
+    bytes.clear();
+  }
+  const std::uint16_t crc = Crc16A(bytes);
+  std::string text = "00 00";
+  detail::WriteHexByte(static_cast<std::uint8_t>(crc & 0xFF), text.data());
+  detail::WriteHexByte(static_cast<std::uint8_t>(crc >> 8), text.data() + 3);
+  return text;
 }
 
 }  // namespace lumivex::crypto
