@@ -132,8 +132,8 @@ class SecretText {
   SecretText(const SecretText&) = delete;
   SecretText& operator=(const SecretText&) = delete;
 
-  std::string& str() { return text_; }
-  const std::string& str() const { return text_; }
+  [[nodiscard]] std::string& str() { return text_; }
+  [[nodiscard]] const std::string& str() const { return text_; }
 
  private:
   static constexpr std::size_t kReserve = 64;  // every key text fits without reallocating
