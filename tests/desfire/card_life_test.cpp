@@ -11,33 +11,20 @@
 #include "component/error_codes.h"
 #include "sim/desfire/desfire_card.h"
 #include "sim/simulated_pcsc.h"
+#include "tests/desfire/hex_text.h"
 #include "tests/support/encoder_test_peer.h"
 #include "tests/support/virtual_host.h"
 
 namespace lumivex {
 namespace {
 
+using test::Bytes;
+using test::Compact;
+
 constexpr const char* kFactoryKey = "0000000000000000";
 constexpr const char* kApp = "A1B2C3";
 constexpr const char* kAppKey = "00112233445566778899AABBCCDDEEFF";  // two-key triple DES
 constexpr const char* kKey1 = "1122334455667788";
-
-std::string Compact(std::string text) {
-  std::erase(text, ' ');
-  return text;
-}
-
-// n bytes counting up from `first`, as compact hexadecimal.
-std::string Bytes(int n, int first = 0) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string hex;
-  for (int i = 0; i < n; ++i) {
-    const int b = (first + i) & 0xFF;
-    hex += kDigits[b >> 4];
-    hex += kDigits[b & 15];
-  }
-  return hex;
-}
 
 class DesfireCardLife : public ::testing::Test {
  protected:

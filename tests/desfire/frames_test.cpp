@@ -7,26 +7,19 @@
 #include "component/encoder.h"
 #include "component/error_codes.h"
 #include "crypto/des.h"
+#include "tests/desfire/hex_text.h"
 #include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
 namespace {
 
+using test::Bytes;
+using test::Compact;
+
 using Peer = EncoderTestPeer;
 
 constexpr const char* kSession = "00112233445566778899AABBCCDDEEFF";
-
-std::string Bytes(int n, int first = 0) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string hex;
-  for (int i = 0; i < n; ++i) {
-    const int b = (first + i) & 0xFF;
-    hex += kDigits[b >> 4];
-    hex += kDigits[b & 15];
-  }
-  return hex;
-}
 
 class DesfireFrames : public ::testing::Test {
  protected:
