@@ -15,7 +15,6 @@ namespace lumivex {
 namespace {
 
 using test::Bytes;
-using test::Compact;
 
 using Peer = EncoderTestPeer;
 
