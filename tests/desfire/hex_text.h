@@ -9,11 +9,7 @@ namespace lumivex::test {
 inline std::string Bytes(int n, int first = 0) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string hex;
-  for (int i = 0; i < n; ++i) {
-    const int b = (first + i) & 0xFF;
-    hex += kDigits[b >> 4];
-    hex += kDigits[b & 15];
-  }
+  for (int i = first; i < first + n; ++i) hex.append({kDigits[(i >> 4) & 15], kDigits[i & 15]});
   return hex;
 }
 
