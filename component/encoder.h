@@ -27,13 +27,15 @@ class DES;
 }
 
 // Optional fields of SetLastError: a field left empty keeps the record's current value.
+// The {} initialisers let callers name only the fields they set ({.Number = ..., .RdrCommand = ...})
+// without -Wmissing-field-initializers.
 struct ErrorFields {
-  std::optional<std::int32_t> Number;
-  std::optional<std::string> Description;
-  std::optional<std::int32_t> LastDllError;
-  std::optional<std::string> ComFunction;
-  std::optional<std::string> RdrCommand;
-  std::optional<std::string> RdrRetCode;
+  std::optional<std::int32_t> Number{};
+  std::optional<std::string> Description{};
+  std::optional<std::int32_t> LastDllError{};
+  std::optional<std::string> ComFunction{};
+  std::optional<std::string> RdrCommand{};
+  std::optional<std::string> RdrRetCode{};
 };
 
 // Command codes of the command engine (family in the high byte).

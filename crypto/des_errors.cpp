@@ -1,0 +1,34 @@
+#include "crypto/des_errors.h"
+
+#include "crypto/des.h"
+
+namespace lumivex::crypto {
+
+void RaiseDesError(std::int32_t number) {
+  const char* description = "Unknown error";
+  switch (number) {
+    case kDesBadKeyIndex:
+      description = "Bad key index";
+      break;
+    case kDesBadParameterType:
+      description = "Bad parameter type";
+      break;
+    case kDesInvalidHexString:
+      description = "Invalid hexadecimal string";
+      break;
+    case kDesInvalidAlgorithm:
+      description = "Invalid cipher algorithm";
+      break;
+    case kDesInvalidChaining:
+      description = "Invalid chaining mode";
+      break;
+    case kDesBadPaddingMode:
+      description = "Bad padding mode";
+      break;
+    default:
+      break;
+  }
+  throw DesError(number, description);
+}
+
+}  // namespace lumivex::crypto

@@ -1,0 +1,27 @@
+#include "platform/platform.h"
+#include "platform/system_host.h"
+
+#if defined(_WIN32)
+#include "platform/windows/registry_advapi32.h"
+#include "platform/windows/winscard_api.h"
+#else
+#include "platform/posix/pcsc_lite_api.h"
+#include "platform/posix/registry_file_store.h"
+#endif
+
+namespace lumivex {
+
+Platform DefaultPlatform() {
+  Platform platform;
+#if defined(_WIN32)
+  platform.pcsc = std::make_shared<WinscardApi>();
+  platform.registry = std::make_shared<Advapi32Registry>();
+#else
+  platform.pcsc = std::make_shared<PcscLiteApi>();
+  platform.registry = std::make_shared<RegistryFileStore>();  // files named by the environment
+#endif
+  platform.host = std::make_shared<SystemHost>();
+  return platform;
+}
+
+}  // namespace lumivex

@@ -1,0 +1,209 @@
+// The simulated DESFire card: reading and writing data and record files over chained frames, and
+// the MAC or encipherment that a file's communication settings put on the data.
+#include <algorithm>
+
+#include "crypto/secure_memory.h"
+#include "sim/desfire/desfire_card_impl.h"
+
+namespace lumivex::sim::desfire {
+
+namespace {
+
+constexpr std::uint8_t kReadData = 0xBD;
+constexpr std::uint8_t kWriteData = 0x3D;
+constexpr std::size_t kHeader = 7;           // file number, offset (3), length (3)
+constexpr std::size_t kFirstFrameFull = 52;  // command data of a first frame that has more to come
+constexpr std::size_t kMacLength = 4;
+
+bool IsDataFile(const File& file) {
+  return file.type == FileType::kStdData || file.type == FileType::kBackupData;
+}
+
+bool IsRecordFile(const File& file) {
+  return file.type == FileType::kLinearRecord || file.type == FileType::kCyclicRecord;
+}
+
+std::size_t SecuredLength(std::size_t length, Comm comm) {
+  switch (comm) {
+    case Comm::kMac:
+      return length + kMacLength;
+    case Comm::kEnciphered:
+      return (length + 2 + 7) / 8 * 8;  // data and CRC16, zero-padded to whole blocks
+    default:
+      return length;
+  }
+}
+
+}  // namespace
+
+Bytes DesfireCard::Secure(Bytes plain, Comm comm) const {
+  if (comm == Comm::kMac) {
+    const auto mac = SessionCipher().Mac(plain);
+    plain.insert(plain.end(), mac.begin(), mac.end());
+  } else if (comm == Comm::kEnciphered) {
+    Bytes withCrc = plain;
+    AppendCrc16(withCrc, plain);
+    Bytes enciphered = SessionCipher().ToReader(withCrc);
+    crypto::SecureWipe(withCrc);
+    crypto::SecureWipe(plain);
+    return enciphered;
+  }
+  return plain;
+}
+
+Status DesfireCard::Unwrap(Data received, std::size_t length, Comm comm, Bytes& plain) const {
+  if (comm == Comm::kPlain) {
+    plain.assign(received.begin(), received.end());
+    return kOk;
+  }
+  if (!session_) return kIntegrityError;
+  if (comm == Comm::kMac) {
+    plain.assign(received.begin(), received.begin() + static_cast<std::ptrdiff_t>(length));
+    const auto mac = SessionCipher().Mac(plain);
+    return std::equal(mac.begin(), mac.end(),
+                      received.begin() + static_cast<std::ptrdiff_t>(length))
+               ? kOk
+               : kIntegrityError;
+  }
+  Bytes deciphered = SessionCipher().FromReader(received);
+  const auto body = std::span<const std::uint8_t>(deciphered);
+  const std::uint16_t crc = Crc16(body.first(length));
+  const bool valid = body[length] == (crc & 0xFF) && body[length + 1] == (crc >> 8) &&
+                     std::all_of(body.begin() + static_cast<std::ptrdiff_t>(length) + 2, body.end(),
+                                 [](std::uint8_t b) { return b == 0; });
+  plain.assign(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length));
+  crypto::SecureWipe(deciphered);
+  return valid ? kOk : kIntegrityError;
+}
+
+Reply DesfireCard::ReadData(std::uint8_t command, Data data) {
+  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (data.size() != kHeader) return {kLengthError, {}};
+  Status status = kOk;
+  const File* file = FindFile(data, status);
+  if (file == nullptr) return {status, {}};
+  if (command == kReadData ? !IsDataFile(*file) : !IsRecordFile(*file)) {
+    return {kParameterError, {}};
+  }
+  const Grant grant = Access(*file, {file->rights.read, file->rights.readWrite});
+  if (grant.status != kOk) return {grant.status, {}};
+
+  const std::uint32_t offset = ReadU24(data, 1);
+  const std::uint32_t length = ReadU24(data, 4);
+  Bytes out;
+  if (command == kReadData) {
+    // Length 0 reads to the end of the file. A backup file shows its committed contents.
+    if (offset >= file->size) return {kBoundaryError, {}};
+    const std::uint32_t count = length == 0 ? file->size - offset : length;
+    if (std::uint64_t{offset} + count > file->size) return {kBoundaryError, {}};
+    out.assign(file->data.begin() + offset, file->data.begin() + offset + count);
+  } else {
+    // Offset counts back from the newest record, length 0 means down to the oldest; the records
+    // come oldest first.
+    const std::size_t stored = file->records.size();
+    if (offset >= stored) return {kBoundaryError, {}};
+    const std::size_t count = length == 0 ? stored - offset : length;
+    if (offset + count > stored) return {kBoundaryError, {}};
+    for (std::size_t i = stored - offset - count; i < stored - offset; ++i) {
+      out.insert(out.end(), file->records[i].begin(), file->records[i].end());
+    }
+  }
+  return Chain(Secure(std::move(out), grant.comm));
+}
+
+Reply DesfireCard::StartWrite(std::uint8_t command, Data data) {
+  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (data.size() < kHeader) return {kLengthError, {}};
+  Status status = kOk;
+  File* file = FindFile(data, status);
+  if (file == nullptr) return {status, {}};
+  if (command == kWriteData ? !IsDataFile(*file) : !IsRecordFile(*file)) {
+    return {kParameterError, {}};
+  }
+  const Grant grant = Access(*file, {file->rights.write, file->rights.readWrite});
+  if (grant.status != kOk) return {grant.status, {}};
+
+  IncomingWrite write;
+  write.command = command;
+  write.fileNumber = data[0];
+  write.offset = ReadU24(data, 1);
+  write.length = ReadU24(data, 4);
+  write.comm = grant.comm;
+  if (write.length == 0) return {kLengthError, {}};
+  const std::uint64_t end = std::uint64_t{write.offset} + write.length;
+  if (command == kWriteData) {
+    if (end > file->size) return {kBoundaryError, {}};
+  } else {
+    if (end > file->recordSize) return {kBoundaryError, {}};
+    if (file->pendingClear) return {kPermissionDenied, {}};  // cleared in this transaction
+    // A linear file takes no record beyond its maximum; a cyclic one drops its oldest.
+    if (!file->pendingRecord && file->type == FileType::kLinearRecord &&
+        file->records.size() >= file->maxRecords) {
+      return {kBoundaryError, {}};
+    }
+  }
+  write.expected = SecuredLength(write.length, write.comm);
+  write.received.assign(data.begin() + kHeader, data.end());
+  return CollectWrite(std::move(write), data.size() >= kFirstFrameFull);
+}
+
+Reply DesfireCard::ContinueWrite(Data data) {
+  IncomingWrite write = std::move(*incoming_);
+  incoming_.reset();
+  if (data.size() > kMaxFrameData) return {kLengthError, {}};
+  write.received.insert(write.received.end(), data.begin(), data.end());
+  return CollectWrite(std::move(write), data.size() >= kMaxFrameData);
+}
+
+Reply DesfireCard::CollectWrite(IncomingWrite write, bool frameFull) {
+  if (write.received.size() > write.expected) return {kLengthError, {}};
+  if (write.received.size() == write.expected) return FinishWrite(write);
+  if (frameFull) {
+    incoming_ = std::move(write);
+    return {kAdditionalFrame, {}};
+  }
+  // The reader ended its data early: for a MACed or enciphered file the MAC or the cryptogram is
+  // missing (a plain write to such a file); for a plain file the length does not add up.
+  return {write.comm == Comm::kPlain ? kLengthError : kIntegrityError, {}};
+}
+
+Reply DesfireCard::FinishWrite(IncomingWrite& write) {
+  Bytes plain;
+  const Status status = Unwrap(write.received, write.length, write.comm, plain);
+  if (status != kOk) return {status, {}};
+  const std::uint8_t number[1] = {write.fileNumber};
+  Status found = kOk;
+  File* file = FindFile(number, found);
+  if (file == nullptr) return {found, {}};
+
+  const auto offset = static_cast<std::ptrdiff_t>(write.offset);
+  if (write.command == kWriteData) {
+    if (file->type == FileType::kStdData) {
+      std::copy(plain.begin(), plain.end(), file->data.begin() + offset);
+    } else {
+      if (!file->pendingData) file->pendingData = file->data;
+      std::copy(plain.begin(), plain.end(), file->pendingData->begin() + offset);
+    }
+  } else {
+    // Every write of one transaction goes into the same new record.
+    if (!file->pendingRecord) file->pendingRecord = Bytes(file->recordSize, 0);
+    std::copy(plain.begin(), plain.end(), file->pendingRecord->begin() + offset);
+  }
+  return {kOk, {}};
+}
+
+Reply DesfireCard::ClearRecordFile(Data data) {
+  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (data.size() != 1) return {kLengthError, {}};
+  Status status = kOk;
+  File* file = FindFile(data, status);
+  if (file == nullptr) return {status, {}};
+  if (!IsRecordFile(*file)) return {kParameterError, {}};
+  const Grant grant = Access(*file, {file->rights.readWrite});
+  if (grant.status != kOk) return {grant.status, {}};
+  if (file->pendingRecord) return {kPermissionDenied, {}};  // written in this transaction
+  file->pendingClear = true;
+  return {kOk, {}};
+}
+
+}  // namespace lumivex::sim::desfire

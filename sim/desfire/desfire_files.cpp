@@ -1,0 +1,205 @@
+// The simulated DESFire card: creating, listing, describing, changing and deleting files, and the
+// access rules that every file command shares.
+#include <algorithm>
+
+#include "crypto/secure_memory.h"
+#include "sim/desfire/desfire_card_impl.h"
+
+namespace lumivex::sim::desfire {
+
+namespace {
+
+constexpr std::size_t kMaxFiles = 32;
+constexpr std::uint8_t kMaxCommByte = 0x03;
+
+std::size_t CreateLength(std::uint8_t command) {
+  switch (command) {
+    case 0xCD:
+    case 0xCB:
+      return 7;  // number, communication, rights (2), size (3)
+    case 0xCC:
+      return 17;  // number, communication, rights (2), lower, upper, value (4 each), flags
+    default:
+      return 10;  // number, communication, rights (2), record size (3), record count (3)
+  }
+}
+
+// Fills the kind-specific part of a new file from its create command; false for a bad value.
+bool DescribeFile(std::uint8_t command, Data data, File& file) {
+  switch (command) {
+    case 0xCD:
+    case 0xCB:
+      file.type = command == 0xCD ? FileType::kStdData : FileType::kBackupData;
+      file.size = ReadU24(data, 4);
+      return file.size > 0;
+    case 0xCC:
+      file.type = FileType::kValue;
+      file.lowerLimit = ReadS32(data, 4);
+      file.upperLimit = ReadS32(data, 8);
+      file.value = ReadS32(data, 12);
+      file.limitedCreditFlags = data[16];
+      return file.lowerLimit <= file.upperLimit && file.value >= file.lowerLimit &&
+             file.value <= file.upperLimit && (file.limitedCreditFlags & ~0x03) == 0;
+    default:
+      file.type = command == 0xC1 ? FileType::kLinearRecord : FileType::kCyclicRecord;
+      file.recordSize = ReadU24(data, 4);
+      file.maxRecords = ReadU24(data, 7);
+      return file.recordSize > 0 &&
+             file.maxRecords >= (file.type == FileType::kCyclicRecord ? 2U : 1U);
+  }
+}
+
+}  // namespace
+
+Grant DesfireCard::Access(const File& file, std::initializer_list<std::uint8_t> rights) const {
+  const auto any = [&](auto predicate) {
+    return std::any_of(rights.begin(), rights.end(), predicate);
+  };
+  // A free right is always used plain; a key right carries the file's communication settings.
+  if (any([](std::uint8_t right) { return right == kRightFree; })) return {kOk, Comm::kPlain};
+  if (session_ && any([&](std::uint8_t right) { return right == session_->keyNumber; })) {
+    return {kOk, file.comm()};
+  }
+  if (!any([](std::uint8_t right) { return right != kRightNever; })) {
+    return {kPermissionDenied, Comm::kPlain};
+  }
+  return {kAuthenticationError, Comm::kPlain};
+}
+
+Status DesfireCard::RequireFileManagement() const {
+  if ((CurrentSettings() & kFreeCreateDelete) == 0 && !AuthenticatedWith(0)) {
+    return kAuthenticationError;
+  }
+  return kOk;
+}
+
+Status DesfireCard::RequireDirectoryAccess() const {
+  if ((CurrentSettings() & kFreeDirectoryAccess) == 0 && !AuthenticatedWith(0)) {
+    return kAuthenticationError;
+  }
+  return kOk;
+}
+
+File* DesfireCard::FindFile(Data data, Status& status) {
+  Application* app = Selected();
+  if (app == nullptr) {
+    status = kPermissionDenied;  // files live in applications, not at card level
+    return nullptr;
+  }
+  auto found = app->files.find(data[0]);
+  if (found == app->files.end()) {
+    status = kFileNotFound;
+    return nullptr;
+  }
+  status = kOk;
+  return &found->second;
+}
+
+Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
+  Application* app = Selected();
+  if (app == nullptr) return {kPermissionDenied, {}};
+  if (data.size() != CreateLength(command)) return {kLengthError, {}};
+  if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
+  const std::uint8_t number = data[0];
+  File file;
+  file.commByte = data[1];
+  file.rights = AccessRights::FromWire(data[2], data[3]);
+  if (number > kMaxFileNumber || file.commByte > kMaxCommByte ||
+      !DescribeFile(command, data, file)) {
+    return {kParameterError, {}};
+  }
+  if (app->files.contains(number)) return {kDuplicateError, {}};
+  if (app->files.size() >= kMaxFiles) return {kCountError, {}};
+  const std::uint64_t cost = FileCost(file);
+  if (cost > FreeMemory()) return {kOutOfMemory, {}};
+  if (file.type == FileType::kStdData || file.type == FileType::kBackupData) {
+    file.data.assign(file.size, 0);
+  }
+  app->files.emplace(number, std::move(file));
+  usedMemory_ += cost;
+  return {kOk, {}};
+}
+
+Reply DesfireCard::DeleteFile(Data data) {
+  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (data.size() != 1) return {kLengthError, {}};
+  if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
+  // The file's memory stays taken until the card is formatted.
+  if (Selected()->files.erase(data[0]) == 0) return {kFileNotFound, {}};
+  return {kOk, {}};
+}
+
+Reply DesfireCard::GetFileIds(Data data) {
+  const Application* app = Selected();
+  if (app == nullptr) return {kPermissionDenied, {}};
+  if (!data.empty()) return {kLengthError, {}};
+  if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
+  Bytes ids;
+  for (const auto& [number, file] : app->files) ids.push_back(number);
+  return {kOk, std::move(ids)};
+}
+
+Reply DesfireCard::GetFileSettings(Data data) {
+  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (data.size() != 1) return {kLengthError, {}};
+  if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
+  Status status = kOk;
+  const File* file = FindFile(data, status);
+  if (file == nullptr) return {status, {}};
+
+  Bytes out{static_cast<std::uint8_t>(file->type), file->commByte};
+  const auto rights = file->rights.ToWire();
+  out.insert(out.end(), rights.begin(), rights.end());
+  switch (file->type) {
+    case FileType::kStdData:
+    case FileType::kBackupData:
+      AppendU24(out, file->size);
+      break;
+    case FileType::kValue:
+      AppendS32(out, file->lowerLimit);
+      AppendS32(out, file->upperLimit);
+      AppendS32(out, file->limitedCreditValue);
+      out.push_back(file->limitedCreditFlags);
+      break;
+    case FileType::kLinearRecord:
+    case FileType::kCyclicRecord:
+      AppendU24(out, file->recordSize);
+      AppendU24(out, file->maxRecords);
+      AppendU24(out, static_cast<std::uint32_t>(file->records.size()));
+      break;
+  }
+  return {kOk, std::move(out)};
+}
+
+Reply DesfireCard::ChangeFileSettings(Data data) {
+  if (data.empty()) return {kLengthError, {}};
+  Status status = kOk;
+  File* file = FindFile(data, status);
+  if (file == nullptr) return {status, {}};
+
+  const std::uint8_t change = file->rights.change;
+  if (change == kRightNever) return {kPermissionDenied, {}};
+  std::array<std::uint8_t, 3> settings{};
+  if (change == kRightFree) {
+    // Free change right: number, communication settings and rights in plain.
+    if (data.size() != 4) return {kLengthError, {}};
+    std::copy_n(data.begin() + 1, 3, settings.begin());
+  } else {
+    // Key right: the settings come enciphered with the session key (settings, CRC, zeros).
+    if (!AuthenticatedWith(change)) return {kAuthenticationError, {}};
+    if (data.size() != 9) return {kLengthError, {}};
+    Bytes plain = SessionCipher().FromReader(data.subspan(1));
+    const std::uint16_t crc = Crc16(std::span<const std::uint8_t>(plain).first(3));
+    const bool valid = plain[3] == (crc & 0xFF) && plain[4] == (crc >> 8) && plain[5] == 0 &&
+                       plain[6] == 0 && plain[7] == 0;
+    std::copy_n(plain.begin(), 3, settings.begin());
+    crypto::SecureWipe(plain);
+    if (!valid) return {kIntegrityError, {}};
+  }
+  if (settings[0] > kMaxCommByte) return {kParameterError, {}};
+  file->commByte = settings[0];
+  file->rights = AccessRights::FromWire(settings[1], settings[2]);
+  return {kOk, {}};
+}
+
+}  // namespace lumivex::sim::desfire

@@ -1,0 +1,218 @@
+#include "sim/simulated_pcsc.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+namespace lumivex::sim {
+
+namespace {
+
+constexpr const char* kVendorName = "Lumivex";
+constexpr const char* kIfdType = "Lumivex Simulator";
+constexpr const char* kSerialNumber = "LVX-SIM-0001";
+// The interface device version as the attribute carries it: the word 0xMMmmbbbb (major 1, minor 2,
+// build 3), least significant byte first.
+constexpr std::uint8_t kIfdVersion[] = {0x03, 0x00, 0x02, 0x01};
+constexpr PcscDword kLastDisposition = 3;  // SCARD_EJECT_CARD
+
+PcscLong Result(std::uint32_t code) {
+  return ScardResult(code);
+}
+
+std::vector<std::uint8_t> Text(const std::string& text) {
+  std::vector<std::uint8_t> bytes(text.begin(), text.end());
+  bytes.push_back(0);
+  return bytes;
+}
+
+// Copies a value into a caller's buffer with the usual length protocol: a null buffer asks for the
+// length, a short one gets SCARD_E_INSUFFICIENT_BUFFER; *length is the value's length either way.
+PcscLong CopyOut(std::span<const std::uint8_t> value, std::uint8_t* buffer, PcscDword* length) {
+  if (length == nullptr) return Result(scard::E_INVALID_PARAMETER);
+  const PcscDword available = *length;
+  *length = static_cast<PcscDword>(value.size());
+  if (buffer == nullptr) return Result(scard::S_SUCCESS);
+  if (available < value.size()) return Result(scard::E_INSUFFICIENT_BUFFER);
+  std::copy(value.begin(), value.end(), buffer);
+  return Result(scard::S_SUCCESS);
+}
+
+}  // namespace
+
+SimulatedPcsc::SimulatedPcsc(std::string readerName, std::uint64_t seed)
+    : readerName_(std::move(readerName)), reader_(seed) {}
+
+void SimulatedPcsc::InsertCard(std::shared_ptr<SimCard> card) {
+  std::lock_guard lock(mutex_);
+  ++cardGeneration_;
+  reader_.InsertCard(std::move(card));
+}
+
+void SimulatedPcsc::RemoveCard() {
+  std::lock_guard lock(mutex_);
+  ++cardGeneration_;
+  reader_.RemoveCard();
+}
+
+std::size_t SimulatedPcsc::transmitCount() const {
+  std::lock_guard lock(mutex_);
+  return transmits_;
+}
+
+PcscLong SimulatedPcsc::EstablishContext(PcscDword scope, PcscContext* context) {
+  std::lock_guard lock(mutex_);
+  if (context == nullptr) return Result(scard::E_INVALID_PARAMETER);
+  if (scope > scard::SCOPE_SYSTEM) return Result(scard::E_INVALID_VALUE);
+  *context = nextContext_++;
+  contexts_[*context] = true;
+  return Result(scard::S_SUCCESS);
+}
+
+PcscLong SimulatedPcsc::ReleaseContext(PcscContext context) {
+  std::lock_guard lock(mutex_);
+  if (contexts_.erase(context) == 0) return Result(scard::E_INVALID_HANDLE);
+  // Releasing a context ends the card connections made through it.
+  std::erase_if(connections_, [&](const auto& entry) { return entry.second.context == context; });
+  return Result(scard::S_SUCCESS);
+}
+
+PcscLong SimulatedPcsc::ListReaders(PcscContext context, char* readers, PcscDword* length) {
+  std::lock_guard lock(mutex_);
+  if (!contexts_.contains(context)) return Result(scard::E_INVALID_HANDLE);
+  if (length == nullptr) return Result(scard::E_INVALID_PARAMETER);
+  // One name, its zero, and the zero that ends the list.
+  std::vector<std::uint8_t> list(readerName_.begin(), readerName_.end());
+  list.push_back(0);
+  list.push_back(0);
+  return CopyOut(list, reinterpret_cast<std::uint8_t*>(readers), length);
+}
+
+PcscLong SimulatedPcsc::Connect(PcscContext context, const std::string& reader, PcscDword shareMode,
+                                PcscDword preferredProtocols, PcscHandle* card,
+                                PcscDword* activeProtocol) {
+  std::lock_guard lock(mutex_);
+  if (!contexts_.contains(context)) return Result(scard::E_INVALID_HANDLE);
+  if (card == nullptr || activeProtocol == nullptr) return Result(scard::E_INVALID_PARAMETER);
+  if (reader != readerName_) return Result(scard::E_UNKNOWN_READER);
+  // Direct connections (no card needed) are not offered by this reader.
+  if (shareMode != scard::SHARE_EXCLUSIVE && shareMode != scard::SHARE_SHARED) {
+    return Result(scard::E_INVALID_VALUE);
+  }
+  if ((preferredProtocols & (scard::PROTOCOL_T0 | scard::PROTOCOL_T1)) == 0) {
+    return Result(scard::E_PROTO_MISMATCH);
+  }
+  if (!reader_.HasCard()) return Result(scard::E_NO_SMARTCARD);
+
+  for (const auto& [handle, other] : connections_) {
+    if (other.cardGeneration != cardGeneration_) continue;  // from before a removal
+    if (shareMode == scard::SHARE_EXCLUSIVE || other.shareMode == scard::SHARE_EXCLUSIVE) {
+      return Result(scard::E_SHARING_VIOLATION);
+    }
+  }
+
+  Connection connection;
+  connection.context = context;
+  connection.shareMode = shareMode;
+  // A contactless reader offers both protocols; T=1 is chosen when the caller allows it.
+  connection.protocol =
+      (preferredProtocols & scard::PROTOCOL_T1) != 0 ? scard::PROTOCOL_T1 : scard::PROTOCOL_T0;
+  connection.cardGeneration = cardGeneration_;
+  *card = nextHandle_++;
+  *activeProtocol = connection.protocol;
+  connections_[*card] = connection;
+  return Result(scard::S_SUCCESS);
+}
+
+PcscLong SimulatedPcsc::Disconnect(PcscHandle card, PcscDword disposition) {
+  std::lock_guard lock(mutex_);
+  const auto found = connections_.find(card);
+  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  if (disposition > kLastDisposition) return Result(scard::E_INVALID_VALUE);
+  const bool current = found->second.cardGeneration == cardGeneration_;
+  connections_.erase(found);
+  // Reset, unpower and eject all take the card's power away: its authentication is lost.
+  if (current && disposition != scard::LEAVE_CARD) reader_.PowerCycle();
+  return Result(scard::S_SUCCESS);
+}
+
+PcscLong SimulatedPcsc::Status(PcscHandle card, std::string* readerName, PcscDword* state,
+                               PcscDword* protocol, std::uint8_t* atr, PcscDword* atrLength) {
+  std::lock_guard lock(mutex_);
+  const auto found = connections_.find(card);
+  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  if (found->second.cardGeneration != cardGeneration_ || !reader_.HasCard()) {
+    return Result(scard::W_REMOVED_CARD);
+  }
+  if (readerName != nullptr) *readerName = readerName_;
+  // A connected card as pcsc-lite reports it: present, powered, negotiable.
+  if (state != nullptr)
+    *state = scard::STATE_PRESENT | scard::STATE_POWERED | scard::STATE_NEGOTIABLE;
+  if (protocol != nullptr) *protocol = found->second.protocol;
+  if (atrLength == nullptr)
+    return Result(atr == nullptr ? scard::S_SUCCESS : scard::E_INVALID_PARAMETER);
+  return CopyOut(reader_.card()->Atr(), atr, atrLength);
+}
+
+PcscLong SimulatedPcsc::GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
+                                  PcscDword* length) {
+  std::lock_guard lock(mutex_);
+  const auto found = connections_.find(card);
+  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  if (found->second.cardGeneration != cardGeneration_ || !reader_.HasCard()) {
+    return Result(scard::W_REMOVED_CARD);
+  }
+  std::vector<std::uint8_t> value;
+  switch (attributeId) {
+    case scard::ATTR_DEVICE_FRIENDLY_NAME_A:
+      value = Text(readerName_);
+      break;
+    case scard::ATTR_VENDOR_NAME:
+      value = Text(kVendorName);
+      break;
+    case scard::ATTR_VENDOR_IFD_TYPE:
+      value = Text(kIfdType);
+      break;
+    case scard::ATTR_VENDOR_IFD_VERSION:
+      value.assign(std::begin(kIfdVersion), std::end(kIfdVersion));
+      break;
+    case scard::ATTR_VENDOR_IFD_SERIAL_NO:
+      value = Text(kSerialNumber);
+      break;
+    case scard::ATTR_ATR_STRING:
+      value = reader_.card()->Atr();
+      break;
+    default:
+      return Result(scard::E_UNSUPPORTED_FEATURE);
+  }
+  return CopyOut(value, buffer, length);
+}
+
+PcscLong SimulatedPcsc::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
+                                 const std::uint8_t* sendBuffer, PcscDword sendLength,
+                                 PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
+                                 PcscDword* recvLength) {
+  std::lock_guard lock(mutex_);
+  const auto found = connections_.find(card);
+  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  // An empty command goes to the card like any other (the card answers 6700), as pcsc-lite does.
+  if (sendPci == nullptr || (sendBuffer == nullptr && sendLength != 0) || recvBuffer == nullptr ||
+      recvLength == nullptr) {
+    return Result(scard::E_INVALID_PARAMETER);
+  }
+  if (found->second.cardGeneration != cardGeneration_ || !reader_.HasCard()) {
+    return Result(scard::W_REMOVED_CARD);
+  }
+  if (sendPci->dwProtocol != found->second.protocol) return Result(scard::E_PROTO_MISMATCH);
+
+  ++transmits_;
+  const Exchange exchange = reader_.Transmit(std::span(sendBuffer, sendLength));
+  if (!reader_.HasCard()) ++cardGeneration_;  // the card left the field during the frame
+  if (exchange.failure) return Result(*exchange.failure);
+  if (recvPci != nullptr) recvPci->dwProtocol = found->second.protocol;
+  // As with a real reader, the card has carried out the command even when its answer does not fit.
+  return CopyOut(exchange.response, recvBuffer, recvLength);
+}
+
+}  // namespace lumivex::sim

@@ -1,0 +1,85 @@
+// ConvertData between the seven forms, and CRC16.
+#include <gtest/gtest.h>
+
+#include "crypto/crc16.h"
+#include "crypto/des.h"
+#include "crypto_test_util.h"
+
+namespace lumivex::crypto {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using test::ErrorOf;
+
+TEST(ConvertData, EveryFormAndRule) {
+  const Bytes bits0A1B = {0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 1, 1, 0, 1, 1};
+  const std::string none = "<raises>";
+  const struct {
+    ConvertValue data;
+    ConvertValue expected;  // the text `none` when an error is expected
+    std::int32_t mode;
+    std::int32_t error;
+  } cases[] = {
+      {std::string("0a,1B\r\n 2c"), std::string("0A 1B 2C"), 0x000, 0},
+      {std::string("ABC"), std::string("0ABC"), 0x001, 0},
+      {std::string("0a1b"), std::string("0A1B"), 0x101, 0},
+      {std::string("0A1B"), bits0A1B, 0x002, 0},
+      {std::string("0A1B"), std::string("00001010 00011011"), 0x003, 0},
+      {std::string("0A1B"), std::string("0000101000011011"), 0x004, 0},
+      {std::string("0A1B"), Bytes{10, 27}, 0x005, 0},
+      {std::string("414243"), std::string("ABC"), 0x006, 0},
+      {bits0A1B, std::string("0A 1B"), 0x200, 0},
+      {Bytes{1, 0, 1, 0}, std::string("0A"), 0x201, 0},
+      {std::string("00001010, 00011011"), std::string("0A1B"), 0x301, 0},
+      {Bytes{10, 27}, std::string("0A 1B"), 0x500, 0},
+      {Bytes{10, 27}, std::string("0A1B"), 0x501, 0},
+      {std::string("AB\xE9"), std::string("41 42 E9"), 0x600, 0},
+      {std::string(""), std::monostate{}, 0x000, 0},
+      {std::string(" \r\n"), std::monostate{}, 0x005, 0},
+      {Bytes{}, std::monostate{}, 0x500, 0},
+      {std::string("0G"), none, 0x000, kDesInvalidHexString},
+      {std::string("0A 1B"), none, 0x101, kDesInvalidHexString},
+      {std::string("0000 1010"), none, 0x401, kDesInvalidHexString},
+      {std::string("012"), none, 0x301, kDesInvalidHexString},
+      {std::string("0A1B"), none, 0x007, kDesBadParameterType},
+      {std::string("0A1B"), none, 0x701, kDesBadParameterType},
+      {std::string("0A1B"), none, 0x10001, kDesBadParameterType},
+      {std::string("0A1B"), none, 0x500, kDesBadParameterType},
+      {std::monostate{}, none, 0x200, kDesBadParameterType},
+      {Bytes{10}, none, 0x000, kDesBadParameterType},
+      {Bytes{0, 2}, none, 0x200, kDesBadParameterType},
+  };
+  DES des;
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE("case " + std::to_string(i));
+    const auto& c = cases[i];
+    if (c.error != 0) {
+      EXPECT_EQ(ErrorOf([&] { des.ConvertData(c.data, c.mode); }), c.error);
+    } else {
+      EXPECT_EQ(des.ConvertData(c.data, c.mode), c.expected);
+    }
+  }
+}
+
+// "LL HH" text, swallowed errors, and the table-driven CRC against the byte-wise steps of
+// ISO/IEC 14443-3 on random data.
+TEST(Crc16, VectorsAndByteWiseSteps) {
+  DES des;
+  const std::pair<const char*, const char*> cases[] = {
+      {"00 00", "A0 1E"}, {"12 34", "26 CF"}, {"1234", "26 CF"}, {"", "63 63"}, {"0G", "63 63"}};
+  for (const auto& [data, crc] : cases) EXPECT_EQ(des.CRC16(data), crc) << data;
+  std::mt19937 rng = test::SeededRng(5);
+  for (int round = 0; round < 200; ++round) {
+    const Bytes data = test::RandomBytes(rng, rng() % 48);
+    unsigned crc = 0x6363;
+    for (const std::uint8_t b : data) {
+      unsigned ch = (b ^ crc) & 0xFF;
+      ch = (ch ^ (ch << 4)) & 0xFF;
+      crc = ((crc >> 8) ^ (ch << 8) ^ (ch << 3) ^ (ch >> 4)) & 0xFFFF;
+    }
+    ASSERT_EQ(Crc16A(data), crc);
+  }
+}
+
+}  // namespace
+}  // namespace lumivex::crypto

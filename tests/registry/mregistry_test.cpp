@@ -1,0 +1,159 @@
+#include "component/mregistry.h"
+
+#include "platform/posix/registry_file_store.h"
+#include "tests/registry/temp_registry.h"
+
+namespace lumivex::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+constexpr const char* kKey = "Software\\Lumivex Test";
+
+class MRegistryTest : public TempRegistry {
+ protected:
+  std::pair<RegDword, Bytes> Stored(RegKey root, const std::string& name) {
+    RegKey key = 0;
+    RegDword type = 0;
+    RegDword size = 0;
+    if (store_->OpenKey(root, kKey, reg::KEY_READ_ACCESS, &key) != reg::SUCCESS ||
+        store_->QueryValue(key, name, &type, nullptr, &size) != reg::SUCCESS)
+      return {0, {}};
+    Bytes data(size);
+    store_->QueryValue(key, name, &type, data.data(), &size);
+    store_->CloseKey(key);
+    return {type, data};
+  }
+  void Store(const std::string& name, RegDword type, const std::string& data) {
+    RegKey key = 0;
+    ASSERT_EQ(store_->CreateKey(reg::LOCAL_MACHINE, kKey, 0, 0, &key, nullptr), reg::SUCCESS);
+    ASSERT_EQ(store_->SetValue(key, name, type, reinterpret_cast<const std::uint8_t*>(data.data()),
+                               static_cast<RegDword>(data.size())),
+              reg::SUCCESS);
+    store_->CloseKey(key);
+  }
+
+  std::unique_ptr<RegistryFileStore> store_ = std::make_unique<RegistryFileStore>();
+  MRegistry module_{*store_};
+};
+
+TEST_F(MRegistryTest, WriteChoosesTheRegistryTypeFromTheKindOfValue) {
+  const auto sz = [](const std::string& s) {
+    Bytes b(s.begin(), s.end());
+    b.push_back(0);
+    return b;
+  };
+  const std::vector<std::tuple<Variant, RegDword, Bytes>> table = {
+      {Variant::FromByte(7), reg::DWORD, {7, 0, 0, 0}},
+      {Variant::FromInt16(-1), reg::DWORD, {0xFF, 0xFF, 0xFF, 0xFF}},
+      {Variant::FromInt32(0x01020304), reg::DWORD, {4, 3, 2, 1}},
+      {Variant::FromBool(true), reg::DWORD, {1, 0, 0, 0}},
+      {Variant::FromBool(false), reg::DWORD, {0, 0, 0, 0}},
+      {Variant::FromDouble(-1.5), reg::SZ, sz("-1.5")},
+      {Variant::FromSingle(0.1F), reg::SZ, sz("0.1")},
+      {Variant::FromCurrency(12345), reg::SZ, sz("1.2345")},
+      {Variant::FromDate(45000.75), reg::SZ, sz("2023-03-15 18:00:00")},
+      {Variant::FromText("Caf\xC3\xA9"), reg::SZ, sz("Caf\xC3\xA9")},
+      {Variant::FromText("\xE2\x82\xAC"
+                         "1"),
+       reg::BINARY,
+       {0xAC, 0x20, '1', 0, 0, 0}},
+  };
+  for (const auto& [value, type, data] : table) {
+    EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "v", value), 0);
+    EXPECT_EQ(module_.Error().code, 0);
+    EXPECT_EQ(Stored(reg::LOCAL_MACHINE, "v"), std::make_pair(type, data))
+        << static_cast<int>(value.kind());
+  }
+  for (const Variant& value :
+       {Variant(), Variant::Null(), Variant::FromBytes({1}), Variant::FromError(5)}) {
+    EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "none", value), 0);
+    EXPECT_EQ(module_.Error().text, "Unable to save this type of data in the Registry");
+    EXPECT_EQ(Stored(reg::LOCAL_MACHINE, "none").first, 0u);
+  }
+  RegistryWriteOptions asNumber;
+  asNumber.type = reg::DWORD;
+  module_.WriteValue(reg::LOCAL_MACHINE, kKey, "n", Variant::FromText("12"), asNumber);
+  EXPECT_EQ(Stored(reg::LOCAL_MACHINE, "n"), std::make_pair(reg::DWORD, Bytes{12, 0, 0, 0}));
+  RegistryWriteOptions cut;
+  cut.type = reg::SZ;
+  cut.length = 3;
+  module_.WriteValue(reg::LOCAL_MACHINE, kKey, "t", Variant::FromInt32(123456), cut);
+  EXPECT_EQ(Stored(reg::LOCAL_MACHINE, "t"), std::make_pair(reg::SZ, Bytes{'1', '2', '3'}));
+}
+
+TEST_F(MRegistryTest, ReadGivesTheDataOrTheDefault) {
+  Store("terminated", reg::SZ, std::string("abc\0", 4));
+  Store("unterminated", reg::SZ, "abc");
+  Store("expand", reg::EXPAND_SZ, std::string("%X%\0", 4));
+  Store("binary", reg::BINARY, std::string("a\0b\0", 4));
+  Store("number", reg::DWORD, std::string("\xFE\xFF\xFF\xFF", 4));
+  Store("list", reg::MULTI_SZ, std::string("a\0\0", 3));
+  const Variant fallback = Variant::FromText("default");
+  const std::vector<std::pair<std::string, Variant>> table = {
+      {"terminated", Variant::FromText("abc")},
+      {"unterminated", Variant::FromText("ab")},  // the last byte always goes
+      {"expand", Variant::FromText("%X%")},
+      {"binary", Variant::FromText(std::string("a\0b\0", 4))},
+      {"number", Variant::FromInt32(-2)},
+      {"list", fallback},
+      {"absent", fallback},
+  };
+  for (const auto& [name, expected] : table) {
+    EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, kKey, name, fallback), expected) << name;
+    EXPECT_EQ(module_.Error().code, 0) << name;
+  }
+  EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, "Software\\Absent", "x", fallback), fallback);
+  EXPECT_EQ(module_.Error().code, reg::FILE_NOT_FOUND);
+  EXPECT_EQ(module_.Error().text, "Unable to open registry key");
+}
+
+TEST_F(MRegistryTest, EntryPointsSendUnknownRootsToTheCurrentUser) {
+  EXPECT_EQ(module_.RegSetValue(0x80000005, kKey, "v", Variant::FromInt32(1)), 0);
+  EXPECT_EQ(Stored(reg::CURRENT_USER, "v").first, reg::DWORD);
+  EXPECT_EQ(Stored(reg::LOCAL_MACHINE, "v").first, 0u);
+  EXPECT_EQ(module_.RegGetValue(0x12345, kKey, "v", Variant()), Variant::FromInt32(1));
+  std::vector<std::string> names;
+  EXPECT_EQ(module_.RegGetValueNames(0, kKey, names), 1);
+  EXPECT_EQ(module_.RegGetValueNames(static_cast<std::uint32_t>(reg::LOCAL_MACHINE), kKey, names),
+            0);
+}
+
+TEST_F(MRegistryTest, ListsNamesInOrderAndFailuresGoToTheHook) {
+  for (const char* name : {"z", "", "a"}) Store(name, reg::SZ, "x");
+  std::vector<std::string> names = {"stale"};
+  EXPECT_EQ(module_.GetValueNames(reg::LOCAL_MACHINE, kKey, names), 3);
+  EXPECT_EQ(names, (std::vector<std::string>{"z", "", "a"}));
+
+  std::vector<std::pair<std::int32_t, std::string>> hooked;
+  module_.SetErrorHook(
+      [&](std::int32_t code, const std::string& text) { hooked.emplace_back(code, text); });
+  EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, kKey, "v", Variant(), "host"), Variant());
+  RegistryWriteOptions remote;
+  remote.computer = "\\\\other";
+  EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "v", Variant::FromInt32(1), remote), 0);
+  EXPECT_NE(store_->LastProblem().find("\\\\other"), std::string::npos);
+  EXPECT_EQ(module_.GetValueNames(reg::LOCAL_MACHINE, kKey, names, "third"), 0);
+  EXPECT_TRUE(names.empty());
+  EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, kKey, "a", Variant()), Variant::FromText(""));
+  EXPECT_EQ(module_.Error().code, 0);  // cleared by the next operation
+  const std::vector<std::pair<std::int32_t, std::string>> expected = {
+      {reg::BAD_NETPATH, "Cannot open Registry for computer host"},
+      {reg::BAD_NETPATH, "Cannot open Registry for computer other"},
+      {reg::BAD_NETPATH, "Cannot open Registry for computer third"}};
+  EXPECT_EQ(hooked, expected);
+
+  WriteFileText("Windows Registry Editor Version 5.00\n[HKEY_LOCAL_MACHINE\\x");
+  EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "v", Variant::FromInt32(1)), reg::BADDB);
+  EXPECT_EQ(module_.Error().text, "Unable to open registry key");
+}
+
+TEST(MRegistryText, IsAnsiTextCountsCodePoints) {
+  EXPECT_TRUE(MRegistry::IsAnsiText(""));
+  EXPECT_TRUE(MRegistry::IsAnsiText("Caf\xC3\xA9 \xC3\xBF"));  // é and ÿ (255)
+  EXPECT_TRUE(MRegistry::IsAnsiText("\xE9\xFF\x80"));          // invalid UTF-8: byte values
+  EXPECT_FALSE(MRegistry::IsAnsiText("\xC4\x80"));             // U+0100
+  EXPECT_FALSE(MRegistry::IsAnsiText("ok \xF0\x9F\x98\x80"));
+}
+
+}  // namespace
+}  // namespace lumivex::test
