@@ -13,7 +13,8 @@ struct SplitCase {
 
 TEST(ScriptWords, QuotesPlaceholdersAndBlanks) {
   const SplitCase cases[] = {
-      {"MifareReadDataBloc 4 FFFFFFFFFFFF 1 ?", {"MifareReadDataBloc", "4", "FFFFFFFFFFFF", "1", "?"},
+      {"MifareReadDataBloc 4 FFFFFFFFFFFF 1 ?",
+       {"MifareReadDataBloc", "4", "FFFFFFFFFFFF", "1", "?"},
        {false, false, false, false, true}},
       {"  Escape\t\"ff ca 00 00 00\"  ? ", {"Escape", "ff ca 00 00 00", "?"}, {false, false, true}},
       {R"(WriteLog "say ""hi"" twice")", {"WriteLog", R"(say "hi" twice)"}, {false, false}},

@@ -47,7 +47,8 @@ TEST_F(ScriptRunnerTest, ASyntaxErrorAnywhereRunsNothing) {
       {"DESFireWriteData 1 0 0 AA maybe", "True or False"},
   };
   for (const auto& c : cases) {
-    const std::string script = std::string("OpenEncoder 0\n# fine so far\n") + c.line + "\nCloseEncoder\n";
+    const std::string script =
+        std::string("OpenEncoder 0\n# fine so far\n") + c.line + "\nCloseEncoder\n";
     EXPECT_EQ(Run(script), kUsageError) << c.line;
     EXPECT_NE(err_.str().find("line 3: "), std::string::npos) << err_.str();
     EXPECT_NE(err_.str().find(c.message), std::string::npos) << err_.str();
@@ -93,15 +94,17 @@ TEST_F(ScriptRunnerTest, JsonHasOneObjectPerCall) {
   for (std::string line; std::getline(lines, line);) objects.push_back(line);
   ASSERT_EQ(objects.size(), 4u) << out_.str();
   EXPECT_EQ(objects[0], R"({"member": "OpenEncoder", "result": 0, "outputs": {}})");
-  EXPECT_EQ(objects[1],
-            R"({"member": "ReadSerialNumber", "result": 0, "outputs": {"SerialNumber": "12345678"}})");
+  EXPECT_EQ(
+      objects[1],
+      R"({"member": "ReadSerialNumber", "result": 0, "outputs": {"SerialNumber": "12345678"}})");
   EXPECT_EQ(objects[2],
             R"({"member": "MifareReadDataBloc", "result": 2, "outputs": {"BlocContents": ""}, )"
             R"("lastError": {"Number": -1878978812, "NumberHex": "90010F04", )"
             R"("Description": "Encoder command failed", "LastDllError": 0, )"
             R"("ComFunction": "MifareReadDataBloc", "RdrCommand": )"
             R"("EncoderCommand:SCardTransmit:MifareClassicRead", "RdrRetCode": "6A82"}})");
-  EXPECT_EQ(objects[3].rfind(R"({"member": "Parameters", "value": "Encoding capabilities=)", 0), 0u);
+  EXPECT_EQ(objects[3].rfind(R"({"member": "Parameters", "value": "Encoding capabilities=)", 0),
+            0u);
 }
 
 TEST_F(ScriptRunnerTest, EnumerationNamesAndSumsAreAccepted) {
