@@ -259,10 +259,11 @@ bool ParseInteger(const std::string& word, std::int64_t& value) {
 
 }  // namespace
 
-bool ParseArgument(const ParamSpec& spec, const std::string& word, Slot& slot, std::string& error) {
+bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot,
+                   std::string& error) {
   slot.given = true;
   std::int64_t number = 0;
-  switch (spec.type) {
+  switch (param.type) {
     case ArgType::Text:
       slot.text = word;
       return true;
@@ -287,19 +288,19 @@ bool ParseArgument(const ParamSpec& spec, const std::string& word, Slot& slot, s
         slot.flag = false;
         return true;
       }
-      error = std::string(spec.name) + " must be True or False, not '" + word + "'";
+      error = std::string(param.name) + " must be True or False, not '" + word + "'";
       return false;
     }
     case ArgType::Int32:
       if (!ParseInteger(word, number) || number < INT32_MIN || number > 0xFFFFFFFFll) {
-        error = std::string(spec.name) + " must be a 32-bit integer, not '" + word + "'";
+        error = std::string(param.name) + " must be a 32-bit integer, not '" + word + "'";
         return false;
       }
       slot.i4 = static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
       return true;
     case ArgType::Byte:
       if (!ParseInteger(word, number) || number < 0 || number > 255) {
-        error = std::string(spec.name) + " must be a byte (0..255), not '" + word + "'";
+        error = std::string(param.name) + " must be a byte (0..255), not '" + word + "'";
         return false;
       }
       slot.ui1 = static_cast<std::uint8_t>(number);

@@ -58,6 +58,6 @@ const PropertySpec* FindProperty(const std::string& name);
 // Converts a script word to the parameter's type; false with a message when it does not fit.
 // Integers accept decimal, 0x / &H hexadecimal, the enumeration names of the type library and
 // sums of them joined by + or |.
-bool ParseArgument(const ParamSpec& spec, const std::string& word, Slot& slot, std::string& error);
+bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot, std::string& error);
 
 }  // namespace lumivex::cli
