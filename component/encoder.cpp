@@ -148,7 +148,7 @@ Encoder::~Encoder() {
   } catch (...) {
   }
   for (auto& secret : secrets_) crypto::SecureWipe(secret);
-  crypto::SecureWipe(desfireSessionKey_);
+  WipeDesfireSession();  // the DESFire session key and whatever else that session holds
 }
 
 std::string Encoder::Parameters() {

@@ -16,10 +16,10 @@ namespace lumivex::sim {
 
 enum class Fault {
   None,
-  Mute,          // the card never answers: the transmit fails as an unresponsive card
-  Garbage,       // every answer is random bytes of random length 0..4096
-  Endless91AF,   // every answer is "91 AF" with some data: the card always has more to send
-  RemoveAfter,   // the card leaves the field after `faultFrames` frames
+  Mute,         // the card never answers: the transmit fails as an unresponsive card
+  Garbage,      // every answer is random bytes of random length 0..4096
+  Endless91AF,  // every answer is "91 AF" with some data: the card always has more to send
+  RemoveAfter,  // the card leaves the field after `faultFrames` frames
 };
 
 // What one exchange produced: a response APDU, or a transport failure (a PC/SC code).

@@ -49,6 +49,11 @@ TEST(MifareThroughPcscd, UidBlockAndTrailerRoundTrip) {
             sceSuccess);
   EXPECT_EQ((std::array<int, 6>{keysUsed, s0, s1, s2, conditions, bx}),
             (std::array<int, 6>{1, 5, 15, 15, 3, 0x42}));
+  // Leave the sector as the factory made it for the other programs that share the card.
+  EXPECT_EQ(encoder.MifareWriteSectorTrailer(1, key, 1, key, key, 1, scbs_A_ReadWrite,
+                                             scbs_A_ReadWrite, scbs_A_ReadWrite,
+                                             scss_A_WriteKeysConditions, Variant::FromByte(0x69)),
+            sceSuccess);
   EXPECT_EQ(encoder.CloseEncoder(), sceSuccess);
 }
 

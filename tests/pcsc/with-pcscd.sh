@@ -162,6 +162,22 @@ for card in "$LUMIVEX_SIM_CARD" "$LUMIVEX_SIM_CARD2"; do
   slot=$((slot + 1))
 done
 
+# pcscd has powered the cards once they have sent their ATR, but its reader states follow a moment
+# later: wait until it reports every card inserted, or a first connection finds the reader empty.
+expected=0
+for card in "$LUMIVEX_SIM_CARD" "$LUMIVEX_SIM_CARD2"; do [ "$card" = none ] || expected=$((expected + 1)); done
+if command -v pcsc_scan >/dev/null; then
+  until [ "$(timeout 5 pcsc_scan -c -n 2>/dev/null | grep -c "Card inserted")" -ge "$expected" ]; do
+    if [ $SECONDS -ge $deadline ]; then
+      say "pcscd did not report the cards inserted within $wait_seconds s"
+      exit 1
+    fi
+    sleep 0.1
+  done
+else
+  sleep 1
+fi
+
 export LUMIVEX_PCSC_HARNESS=1
 set +e
 "$@"

@@ -1,0 +1,109 @@
+#include "cli/tool_context.h"
+
+#include <iostream>
+
+#include "component/hex.h"
+#include "component/texts.h"
+#include "platform/platform.h"
+#include "sim/desfire/desfire_card.h"
+#include "sim/mifare/mifare_classic_card.h"
+
+namespace lumivex::cli {
+
+ToolContext::ToolContext(const GlobalOptions& options) : options_(options) {
+  Platform platform = DefaultPlatform();
+  if (!options_.simulate.empty()) {
+    simulator_ =
+        std::make_shared<sim::SimulatedPcsc>(sim::SimulatedPcsc::kDefaultReaderName, options_.seed);
+    pcsc_ = std::make_shared<CountingPcsc>(simulator_);
+  } else {
+    pcsc_ = std::make_shared<CountingPcsc>(platform.pcsc);
+  }
+  platform.pcsc = pcsc_;
+  encoder_ = std::make_unique<Encoder>(std::move(platform));
+  encoder_->SetOpenWait(std::chrono::milliseconds(
+      static_cast<std::int64_t>(options_.openWaitSeconds * 1000.0 + 0.5)));
+  if (options_.trace) {
+    encoder_->SetTraceSink([](std::string_view line) { std::cerr << line << '\n'; });
+  }
+  std::string device = options_.reader;
+  if (device.empty() && simulator_) device = simulator_->readerName();
+  if (!device.empty()) {
+    encoder_->Parameters("Device=" + device + "\r\nProtocol=" + std::to_string(options_.protocol));
+  } else {
+    encoder_->Parameters("Protocol=" + std::to_string(options_.protocol));
+  }
+}
+
+bool ToolContext::InsertSimulatedCard(const std::string& kind, std::string& error) {
+  if (!simulator_) {
+    error = "no simulated reader (use --simulate)";
+    return false;
+  }
+  std::string uidText = options_.uid;
+  const bool uidGiven = !uidText.empty();
+  if (uidGiven && !IsHexString(uidText)) {
+    error = "--uid must be hexadecimal";
+    return false;
+  }
+  const std::vector<std::uint8_t> uid = HexToBytes(uidText);
+  if (kind == "none") {
+    simulator_->RemoveCard();
+    return true;
+  }
+  if (kind == "mifare1k" || kind == "mifare4k") {
+    sim::MifareClassicOptions card;
+    card.fourK = kind == "mifare4k";
+    if (uidGiven) {
+      if (uid.size() != card.uid.size()) {
+        error = "a MIFARE Classic UID has 4 bytes (8 hexadecimal digits)";
+        return false;
+      }
+      std::copy(uid.begin(), uid.end(), card.uid.begin());
+    }
+    simulator_->InsertCard(sim::MakeMifareClassic(card));
+    return true;
+  }
+  if (kind == "desfire") {
+    sim::DesfireOptions card;
+    card.seed = options_.seed;
+    if (uidGiven) {
+      if (uid.size() != card.uid.size()) {
+        error = "a DESFire UID has 7 bytes (14 hexadecimal digits)";
+        return false;
+      }
+      std::copy(uid.begin(), uid.end(), card.uid.begin());
+    }
+    simulator_->InsertCard(sim::MakeDesfire(card));
+    return true;
+  }
+  error = "unknown card kind '" + kind + "' (desfire, mifare1k, mifare4k or none)";
+  return false;
+}
+
+std::vector<std::string> ToolContext::ListReaders(std::string& error) {
+  std::vector<std::string> names;
+  PcscContext context = 0;
+  PcscLong rc = pcsc_->EstablishContext(scard::SCOPE_SYSTEM, &context);
+  if (ScardCode(rc) != scard::S_SUCCESS) {
+    error = "cannot reach the smart-card service: " + SCardErrorText(ScardNumber(rc));
+    return names;
+  }
+  PcscDword length = 0;
+  rc = pcsc_->ListReaders(context, nullptr, &length);
+  if (ScardCode(rc) == scard::S_SUCCESS && length > 0) {
+    std::string buffer(length, '\0');
+    rc = pcsc_->ListReaders(context, buffer.data(), &length);
+    if (ScardCode(rc) == scard::S_SUCCESS) {
+      for (std::size_t start = 0; start < buffer.size() && buffer[start] != '\0';) {
+        const std::size_t end = buffer.find('\0', start);
+        names.push_back(buffer.substr(start, end - start));
+        start = end + 1;
+      }
+    }
+  }
+  pcsc_->ReleaseContext(context);
+  return names;
+}
+
+}  // namespace lumivex::cli

@@ -1,0 +1,212 @@
+// The DESFire operations frame by frame against a scripted reader: number encodings, the split of
+// long writes over continuation frames, the enciphered cryptograms and the answers' parsing.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "component/encoder.h"
+#include "component/error_codes.h"
+#include "crypto/des.h"
+#include "tests/desfire/hex_text.h"
+#include "tests/support/encoder_test_peer.h"
+#include "tests/support/scripted_encoder.h"
+
+namespace lumivex {
+namespace {
+
+using test::Bytes;
+
+using Peer = EncoderTestPeer;
+
+constexpr const char* kSession = "00112233445566778899AABBCCDDEEFF";
+
+class DesfireFrames : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    bench.Open();
+    Enter("A1B2C3");
+  }
+  // An authenticated session with key 0 in the application.
+  void Enter(const std::string& app) {
+    Peer::ApplicationId(e) = app;
+    Peer::KeyNumber(e) = 0;
+    Peer::SessionKey(e) = kSession;
+  }
+  // The file-settings query that precedes every transfer, answered with the file's kind.
+  void ExpectSettings(const std::string& file, const std::string& type) {
+    pcsc.Expect("90F5000001" + file + "00", type + "00EEEE200000 9100");
+  }
+  // The plain text of a cryptogram in a frame, deciphered the way the card does.
+  std::string Plain(const std::string& frame, std::size_t at, std::size_t digits) {
+    crypto::DES des;
+    des.Keys(1, std::string(kSession).substr(0, 16));
+    des.Keys(2, std::string(kSession).substr(16));
+    des.Keys(3, std::string(kSession).substr(0, 16));
+    des.InitVector("0000000000000000");
+    std::string plain = des.Encrypt(frame.substr(at, digits), crypto::desTriple | 0x2000);
+    std::erase(plain, ' ');
+    return plain;
+  }
+  std::string Crc(const std::string& hex) {
+    std::string crc = Peer::Des(e).CRC16(hex);
+    std::erase(crc, ' ');
+    return crc;
+  }
+  void ExpectError(sceReturnCode result, std::int32_t number, const std::string& retCode) {
+    EXPECT_EQ(result, sceError);
+    EXPECT_EQ(e.LastError().Number(), number) << e.LastError().Description();
+    EXPECT_EQ(e.LastError().RdrRetCode(), retCode);
+  }
+
+  test::ScriptedEncoder bench;
+  test::ScriptedPcsc& pcsc = *bench.pcsc;
+  Encoder& e = bench.encoder;
+};
+
+TEST_F(DesfireFrames, NumbersTravelLeastSignificantByteFirst) {
+  pcsc.Expect("90CD000007 0F 00 3412 563412 00", "9100");
+  EXPECT_EQ(e.DESFireCreateStdDataFile(15, dfcPlain, 1, 2, 3, 4, 0x123456), sceSuccess);
+  pcsc.Expect("90CC000011 07 01 3412 9CFFFFFF 64000000 FFFFFFFF 01 00", "9100");
+  EXPECT_EQ(e.DESFireCreateValueFile(7, dfcPlainMac, 1, 2, 3, 4, -100, 100, -1, true), sceSuccess);
+  pcsc.Expect("90C000000A 07 03 00EF FFFFFF 010000 00", "9100");
+  EXPECT_EQ(e.DESFireCreateCyclicRecordFile(7, dfcCiphered, 14, 15, 0, 0, 0xFFFFFF, 1), sceSuccess);
+  pcsc.Expect("9064000001 0D 00", "AA 9100");
+  std::int32_t version = 0;
+  EXPECT_EQ(e.DESFireGetKeyVersion(13, version), sceSuccess);
+  EXPECT_EQ(version, 0xAA);
+
+  Enter("000000");
+  pcsc.Expect("90CA000005 A1B2C3 FF 0E 00", "9100");
+  EXPECT_EQ(e.DESFireCreateApplication("a1 b2 c3", DesfireKeySettings(255), 14), sceSuccess);
+  pcsc.Expect("90DA000003 A1B2C3 00", "91A0");
+  ExpectError(e.DESFireDeleteApplication("a1b2c3"), err::kOperationFailed, "91A0");
+  EXPECT_EQ(pcsc.PendingFrames(), 0u);
+}
+
+TEST_F(DesfireFrames, AnswersAreParsed) {
+  std::string text;
+  pcsc.Expect("906F000000", "05 00 01 9100");  // file numbers come back sorted, in decimal
+  ASSERT_EQ(e.DESFireGetFileIDs(text), sceSuccess);
+  EXPECT_EQ(text, "0,1,5");
+  pcsc.Expect("906A000000", "91AE");
+  ExpectError(e.DESFireGetApplications(text), err::kOperationFailed, "91AE");
+  EXPECT_EQ(text, "0,1,5");  // an output is left alone on failure
+}
+
+TEST_F(DesfireFrames, LongWritesGoOverContinuationFrames) {
+  const std::string header = "01 000000";
+  ExpectSettings("01", "00");  // 45 bytes and the 7 of the command: one frame
+  pcsc.Expect("903D000034" + header + "2D0000" + Bytes(45) + "00", "9100");
+  EXPECT_EQ(e.DESFireWriteData(1, 0, 0, Bytes(45), true), sceSuccess);
+  ExpectSettings("01", "01");  // 46 bytes: 52, then 1
+  pcsc.Expect("903D000034" + header + "2E0000" + Bytes(45) + "00", "91AF");
+  pcsc.Expect("90AF000001" + Bytes(1, 45) + "00", "9100");
+  EXPECT_EQ(e.DESFireWriteData(1, 0, 0, Bytes(46), true), sceSuccess);
+  ExpectSettings("01", "00");  // 52 + 59 + 59 bytes: three full frames
+  pcsc.Expect("903D000034" + header + "A30000" + Bytes(45) + "00", "91AF");
+  pcsc.Expect("90AF00003B" + Bytes(59, 45) + "00", "91AF");
+  pcsc.Expect("90AF00003B" + Bytes(59, 104) + "00", "9100");
+  EXPECT_EQ(e.DESFireWriteData(1, 0, 0, Bytes(163), true), sceSuccess);
+  ExpectSettings("03", "04");  // a record: length 0 means the data's own length
+  pcsc.Expect("903B000011 03 102030 0A0000" + Bytes(10) + "00", "9100");
+  EXPECT_EQ(e.DESFireWriteRecord(3, 0x302010, 0, "00 01 02 03 04 05 06 07 08 09", true),
+            sceSuccess);
+  ExpectSettings("01", "00");  // the card ends the chain too early
+  pcsc.Expect("903D000034" + header + "2E0000" + Bytes(45) + "00", "9100");
+  ExpectError(e.DESFireWriteData(1, 0, 0, Bytes(46), true), err::kOperationFailed, "9100");
+  ExpectSettings("01", "02");  // a value file takes no data: nothing written
+  ExpectError(e.DESFireWriteData(1, 0, 0, Bytes(4), true), err::kWrongFileType, "");
+  pcsc.Expect("90F5000001 07 00", "91F0");
+  ExpectError(e.DESFireDebit(7, 5), err::kFileNotFound, "91F0");
+  EXPECT_EQ(pcsc.PendingFrames(), 0u);
+}
+
+TEST_F(DesfireFrames, KeyCryptogramsCarryTheirChecksums) {
+  pcsc.AnswerAnyFrame("9100");
+  const std::string newKey = "1122334455667788";
+  const std::string mixed = "EEDDCCBBAA998877EEDDCCBBAA998877";  // old (all FF) XOR new
+  ASSERT_EQ(e.DESFireChangeKey(1, "FFFFFFFFFFFFFFFF", newKey), sceSuccess);
+  ASSERT_EQ(e.DESFireChangeKey(1, std::string(32, 'F'), newKey + newKey), sceSuccess);
+  ASSERT_EQ(e.DESFireChangeKey(0, std::string(16, '0'), newKey),
+            sceSuccess);  // the authenticated key itself
+  ASSERT_EQ(e.DESFireChangeKeySettings(dfkApplDefault), sceSuccess);
+  const auto& frames = pcsc.frames();
+  ASSERT_EQ(frames.size(), 4u);
+  EXPECT_EQ(frames[0], frames[1]);
+  EXPECT_EQ(frames[0].substr(0, 12), "90C400001901");
+  EXPECT_EQ(frames[0].size(), 12 + 48 + 2u);
+  // Another key: old XOR new, its CRC, the new key's CRC, four zero bytes.
+  EXPECT_EQ(Plain(frames[0], 12, 48), mixed + Crc(mixed) + Crc(newKey + newKey) + "00000000");
+  EXPECT_EQ(Plain(frames[2], 12, 48), newKey + newKey + Crc(newKey + newKey) + "000000000000");
+  EXPECT_EQ(frames[3].substr(0, 10), "9054000008");
+  EXPECT_EQ(Plain(frames[3], 10, 16), "0F" + Crc("0F") + "0000000000");
+}
+
+TEST_F(DesfireFrames, FileSettingsGoEncipheredWhenThePlainFormIsRefused) {
+  pcsc.Expect("905F000004 02 00 3412 00", "9100");
+  EXPECT_EQ(e.DESFireChangeFileSettings(2, dfcPlain, 1, 2, 3, 4), sceSuccess);
+  pcsc.Expect("905F000004 02 02 3412 00", "917E");
+  pcsc.AnswerAnyFrame("9100");
+  EXPECT_EQ(e.DESFireChangeFileSettings(2, 2, 1, 2, 3, 4), sceSuccess);
+  ASSERT_EQ(pcsc.frames().size(), 3u);
+  const std::string& enciphered = pcsc.frames()[2];
+  EXPECT_EQ(enciphered.substr(0, 12), "905F00000902");
+  EXPECT_EQ(Plain(enciphered, 12, 16), "023412" + Crc("023412") + "000000");
+}
+
+TEST_F(DesfireFrames, AuthenticationFailures) {
+  for (const char* answer : {"9100", "91AE"}) {
+    pcsc.Expect("905A000003 A1B2C3 00", "9100");
+    pcsc.Expect("900A000001 02 00", answer);
+    ExpectError(e.DESFireSelectApplication("A1 B2 C3", 2, "00"), err::kCannotConnectPicc, answer);
+    EXPECT_EQ(e.LastError().RdrCommand(), "DesfireAuthenticate2");
+  }
+  pcsc.Expect("905A000003 A1B2C3 00", "9100");
+  pcsc.Expect("900A000001 00 00", "0102030405060708 91AF");
+  pcsc.AnswerAnyFrame("1122334455667788 9100");  // not RndA turned by one byte
+  ExpectError(e.DESFireSelectApplication("A1B2C3", 0, kSession), err::kAuthenticationFailure,
+              "RndA failed");
+  EXPECT_EQ(e.LastError().RdrCommand(), "DesfireAuthenticate4");
+  EXPECT_EQ(Peer::SessionKey(e), kSession);  // a failure keeps the earlier session
+
+  pcsc.ExpectFailure("905A000003 000000 00", scard::W_REMOVED_CARD);
+  EXPECT_EQ(e.DESFireSelectRoot(""), sceError);  // the empty key: refused before sending
+  EXPECT_EQ(e.LastError().RdrCommand(), "DESFireSelectApplication");
+  EXPECT_EQ(e.DESFireSelectRoot("0"), sceError);
+  EXPECT_EQ(e.LastError().Number(), err::kCommandFailed);
+  EXPECT_EQ(e.LastError().ComFunction(), "DESFireSelectRoot");
+  EXPECT_EQ(e.LastError().RdrCommand(),
+            "DESFireSelectApplication:EncoderCommand:SCardTransmit:DESFireSelectApplication");
+}
+
+TEST_F(DesfireFrames, VersionIsReadOnceAndKeptForTheEncodersLife) {
+  Variant info;
+  pcsc.Expect("9060000000", "04 01 01 01 00 1A 05 91AF");
+  pcsc.Expect("90AF000000", "04 01 01 01 04 19 05 91AF");
+  pcsc.Expect("90AF000000", "04 11 22 33 44 55 66 BA 7C 51 26 40 24 19 9100");
+  ASSERT_EQ(e.DESFireGetVersion(dfvUID, info), sceSuccess);
+  EXPECT_EQ(info, Variant::FromBytes({0x04, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66}));
+  ASSERT_EQ(e.DESFireGetVersion(dfvStorageSize, info), sceSuccess);
+  EXPECT_EQ(info, Variant::FromInt32(6144));
+  ASSERT_EQ(e.DESFireGetVersion(dfvProductionYear, info), sceSuccess);
+  EXPECT_EQ(info, Variant::FromByte(0x19));
+  for (const auto bad : {-3, 28}) {
+    EXPECT_EQ(e.DESFireGetVersion(DesfireVersionBytes(bad), info), sceError);
+    EXPECT_EQ(e.LastError().Number(), err::kInvalidParameter);
+  }
+  EXPECT_EQ(pcsc.frames().size(), 3u);  // later calls never reach the card
+
+  // The storage code: 2^(n/2) when even, the midpoint (halves to even) when odd.
+  for (const auto& [code, size] :
+       {std::pair{0x18, 4096}, {0x19, 6144}, {0x1A, 8192}, {0x01, 2}, {0x00, 1}, {0x03, 3}}) {
+    Peer::VersionCache(e)[12] = static_cast<std::uint8_t>(code);
+    ASSERT_EQ(e.DESFireGetVersion(dfvStorageSize, info), sceSuccess);
+    EXPECT_EQ(info, Variant::FromInt32(size)) << code;
+  }
+  Peer::VersionCache(e)[12] = 0x40;  // 2^32 does not fit
+  EXPECT_EQ(e.DESFireGetVersion(dfvStorageSize, info), sceError);
+  EXPECT_EQ(info, Variant::FromByte(0));
+}
+
+}  // namespace
+}  // namespace lumivex
