@@ -28,10 +28,13 @@ for target in "${targets[@]}"; do
   mkdir -p "$work"
   corpora=("$work")
   [ -d "fuzz/corpus/$target" ] && corpora+=("fuzz/corpus/$target")
+  options=()
+  [ -f "fuzz/$target.dict" ] && options+=("-dict=fuzz/$target.dict")
   log=build/fuzz/logs/$target.log
   echo "== fuzz $target (${seconds}s)"
   if ! "build/fuzz/bin/${target}_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
-      -print_final_stats=1 -artifact_prefix="build/fuzz/artifacts/$target-" "${corpora[@]}" \
+      -print_final_stats=1 -artifact_prefix="build/fuzz/artifacts/$target-" "${options[@]}" \
+      "${corpora[@]}" \
       >"$log" 2>&1; then
     tail -n 60 "$log"
     echo "fuzz target $target failed; input kept in build/fuzz/artifacts" >&2
