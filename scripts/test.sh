@@ -17,6 +17,12 @@ if [ -x tests/pcsc/with-pcscd.sh ] && [ -f tests/pcsc/CMakeLists.txt ]; then
   tests/pcsc/with-pcscd.sh ctest --test-dir build/dev -L pcsc --output-on-failure
 fi
 
+echo "== release build: the main job and the cipher benchmark"
+cmake --preset release
+cmake --build --preset release -j "$jobs"
+build/release/bin/lumivex demo
+build/release/bin/lumivex-bench --benchmark_filter='BM_Des3EcbEncrypt' --benchmark_min_time=0.2
+
 for target in mingw-i686 mingw-x86_64; do
   echo "== cross build: $target"
   cmake --preset "$target"
