@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 #include "component/hex.h"
 #include "crypto/des.h"
@@ -72,9 +73,7 @@ std::string Encoder::DESFireEncipher(const std::vector<std::pair<std::string, st
 sceReturnCode Encoder::DESFireChangeKey(std::int32_t KeyNumber, const std::string& OldKey,
                                         const std::string& NewKey) {
   const std::string op = "DESFireChangeKey";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
@@ -106,28 +105,15 @@ sceReturnCode Encoder::DESFireChangeKey(std::int32_t KeyNumber, const std::strin
     const std::string cryptogram = DESFireEncipher(rows);
     for (auto& row : rows) crypto::SecureWipe(row.first);
 
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireChangeKey, {desfire::Hex2(KeyNumber), cryptogram}, response,
-                       statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
-    }
     // The session stays recorded as it was, even after the authenticated key itself changed:
     // the card has dropped it and a new selection is needed for protected commands.
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireChangeKey, {desfire::Hex2(KeyNumber), cryptogram}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetKeyVersion(std::int32_t KeyNumber, std::int32_t& KeyVersion) {
   const std::string op = "DESFireGetKeyVersion";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
@@ -145,16 +131,11 @@ sceReturnCode Encoder::DESFireGetKeyVersion(std::int32_t KeyNumber, std::int32_t
     KeyVersion = *version;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetKeySettings(std::int32_t& KeySettings, std::int32_t& KeyCount) {
   const std::string op = "DESFireGetKeySettings";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
@@ -172,16 +153,11 @@ sceReturnCode Encoder::DESFireGetKeySettings(std::int32_t& KeySettings, std::int
     KeyCount = *count;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireChangeKeySettings(DesfireKeySettings KeySettings) {
   const std::string op = "DESFireChangeKeySettings";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
@@ -189,19 +165,8 @@ sceReturnCode Encoder::DESFireChangeKeySettings(DesfireKeySettings KeySettings) 
     if (settings < 0 || settings > 255) return Record(LastError(), fail::InvalidParameter, op);
     const std::string cryptogram =
         DESFireEncipher({{desfire::Hex2(settings), "[DATA][CRC]0000000000"}});
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireChangeKeySettings, {cryptogram}, response, statusWord,
-                       autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireChangeKeySettings, {cryptogram}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 }  // namespace lumivex
