@@ -328,6 +328,10 @@ class Encoder {
                                               std::int32_t& CommunicationSettings);
   bool DESFireIsAuthenticated() const { return desfireKeyNumber_ >= 0 && desfireKeyNumber_ <= 13; }
   bool DESFireAtRoot() const { return desfireApplicationId_ == "000000"; }
+  // The file exists and is of one of the allowed kinds; otherwise the failure is recorded.
+  sceReturnCode DESFireCheckFileKind(std::int32_t FileNo,
+                                     const std::vector<std::int32_t>& AllowedTypes,
+                                     const std::string& Caller);
   sceReturnCode DESFireFramedSend(std::int32_t Command, const std::string& Header,
                                   const std::string& Payload,
                                   const std::vector<std::int32_t>& AllowedTypes,

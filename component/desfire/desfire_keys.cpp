@@ -24,6 +24,11 @@ void Replace(std::string& text, const std::string& placeholder, const std::strin
   }
 }
 
+// The keys an operation may name: key 0 alone at the root, keys 0 to 13 in an application.
+bool KeyNumberInRange(std::int32_t keyNumber, bool atRoot) {
+  return keyNumber >= 0 && keyNumber <= (atRoot ? 0 : 13);
+}
+
 // A key of 16 digits becomes the two-key form K K; one of 32 digits stays; anything else fails.
 bool NormaliseChangeKey(desfire::SecretText& key) {
   desfire::SecretText copy(key.str());
@@ -77,8 +82,9 @@ sceReturnCode Encoder::DESFireChangeKey(std::int32_t KeyNumber, const std::strin
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
-    const std::int32_t highest = DESFireAtRoot() ? 0 : 13;
-    if (KeyNumber < 0 || KeyNumber > highest) return Record(LastError(), fail::BadKeyNumber, op);
+    if (!KeyNumberInRange(KeyNumber, DESFireAtRoot())) {
+      return Record(LastError(), fail::BadKeyNumber, op);
+    }
     desfire::SecretText oldKey(OldKey);
     desfire::SecretText newKey(NewKey);
     // Both keys are checked, even when the old one will not be used.
@@ -117,8 +123,9 @@ sceReturnCode Encoder::DESFireGetKeyVersion(std::int32_t KeyNumber, std::int32_t
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
-    const std::int32_t highest = DESFireAtRoot() ? 0 : 13;
-    if (KeyNumber < 0 || KeyNumber > highest) return Record(LastError(), fail::BadKeyNumber, op);
+    if (!KeyNumberInRange(KeyNumber, DESFireAtRoot())) {
+      return Record(LastError(), fail::BadKeyNumber, op);
+    }
     std::string response;
     std::string statusWord;
     bool autoContinue = true;
