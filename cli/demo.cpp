@@ -1,6 +1,7 @@
 #include "cli/demo.h"
 
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -286,13 +287,15 @@ int RunDemo(ToolContext& context, std::ostream& out) {
     EncodeOneCard(context, log);
   }
 
-  const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
-                      std::chrono::steady_clock::now() - start)
-                      .count();
+  const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(
+                          std::chrono::steady_clock::now() - start)
+                          .count();
+  char elapsed[32];
+  std::snprintf(elapsed, sizeof elapsed, "%.1f ms", static_cast<double>(micros) / 1000.0);
   out << "\n"
       << (log.failures() == 0 ? "Demo passed: " : "Demo FAILED: ") << log.steps() << " steps, "
-      << log.failures() << " failed, " << context.pcsc().transmits() << " commands sent, " << ms
-      << " ms\n";
+      << log.failures() << " failed, " << context.pcsc().transmits() << " commands sent, "
+      << elapsed << "\n";
   return log.failures() == 0 ? 0 : 1;
 }
 

@@ -25,6 +25,9 @@ namespace lumivex {
 namespace crypto {
 class DES;
 }
+namespace desfire {
+struct Failure;
+}
 
 // Optional fields of SetLastError: a field left empty keeps the record's current value.
 // The {} initialisers let callers name only the fields they set ({.Number = ..., .RdrCommand = ...})
@@ -285,16 +288,50 @@ class Encoder {
                                bool& AutoContinue);
 
   // ---- MIFARE (component/mifare/) ----
+  // Runs a public MIFARE operation in its frame (defined in mifare/operation_frame.h).
+  template <typename Body>
+  sceReturnCode MifareOperation(const char* Name, Body&& body);
+  // Records the error only when the inner routine that failed left none.
+  void MifareErrorIfNone(std::int32_t Number, const char* Description);
   sceReturnCode MifareAuthenticate(std::uint8_t KeyType, std::int32_t BlocNumber,
                                    const std::string& Key);
   std::string NormaliseMifareKey(const std::string& key);
 
   // ---- DESFire (component/desfire/) ----
+  // Runs a public DESFire operation in its frame (defined in desfire/desfire_operation.h).
+  template <typename Body>
+  sceReturnCode DESFireOperation(const std::string& Operation, Body&& body);
+  // Sends a native command and requires the answer 9100; otherwise records the failure.
+  sceReturnCode DESFireSendExpectOk(std::int32_t Command, const std::vector<std::string>& Params,
+                                    const std::string& Operation);
+  // The shared bodies of look-alike operations, told apart by command, name and file kinds.
+  sceReturnCode DESFireCreateFile(std::int32_t Command, const std::string& Operation,
+                                  std::int32_t MaxFileNo, std::int32_t FileNumber,
+                                  std::int32_t CommunicationSettings, std::int32_t KeyRead,
+                                  std::int32_t KeyWrite, std::int32_t KeyReadWrite,
+                                  std::int32_t KeyManage, const desfire::Failure* KindFailure,
+                                  const std::vector<std::string>& KindParams);
+  sceReturnCode DESFireChangeValue(std::int32_t Command, const std::string& Operation,
+                                   std::int32_t FileNo, std::int32_t Amount,
+                                   const desfire::Failure& AtBoundary);
+  sceReturnCode DESFireEndTransaction(std::int32_t Command, const std::string& Operation);
+  sceReturnCode DESFireWrite(std::int32_t Command, const std::string& Operation,
+                             const std::vector<std::int32_t>& FileKinds, std::int32_t FileNo,
+                             std::int32_t Offset, std::int32_t Length,
+                             const std::string& DataString, bool IsDataHexaString);
+  sceReturnCode DESFireRead(std::int32_t Command, const std::string& Operation,
+                            const std::vector<std::int32_t>& FileKinds, std::int32_t FileNo,
+                            std::int32_t Offset, std::int32_t Length, std::string& DataString,
+                            bool IsDataHexaString);
   std::string DESFireEncipher(const std::vector<std::pair<std::string, std::string>>& rows);
   sceReturnCode DESFireGetFileCharacteristics(std::int32_t FileNo, std::int32_t& FileType,
                                               std::int32_t& CommunicationSettings);
   bool DESFireIsAuthenticated() const { return desfireKeyNumber_ >= 0 && desfireKeyNumber_ <= 13; }
   bool DESFireAtRoot() const { return desfireApplicationId_ == "000000"; }
+  // The file exists and is of one of the allowed kinds; otherwise the failure is recorded.
+  sceReturnCode DESFireCheckFileKind(std::int32_t FileNo,
+                                     const std::vector<std::int32_t>& AllowedTypes,
+                                     const std::string& Caller);
   sceReturnCode DESFireFramedSend(std::int32_t Command, const std::string& Header,
                                   const std::string& Payload,
                                   const std::vector<std::int32_t>& AllowedTypes,

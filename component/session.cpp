@@ -16,6 +16,19 @@ namespace {
 
 constexpr std::size_t kMaxAtrLength = 64;  // an ATR has at most 33 bytes
 
+// The trace of a getter that reports a number: "--> Get <name>", "<label><value>",
+// "<-- Get <name>". A trace that fails is dropped: the getter still answers.
+template <typename TraceLine>
+void TraceNumberGetter(TraceLine&& trace, const char* name, const char* label,
+                       std::int32_t value) noexcept {
+  try {
+    trace(std::string("--> Get ") + name);
+    trace(label + std::to_string(value));
+    trace(std::string("<-- Get ") + name);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): nothing may reach the host
+  }
+}
+
 std::string ScardText(PcscLong result) {
   return SCardErrorText(ScardNumber(result));
 }
@@ -409,22 +422,14 @@ std::string Encoder::ATRString() {
 }
 
 std::int32_t Encoder::CardType() {
-  try {
-    Trace("--> Get CardType");
-    Trace("Card type is " + std::to_string(cardType_));
-    Trace("<-- Get CardType");
-  } catch (...) {
-  }
+  TraceNumberGetter([this](const std::string& line) { Trace(line); }, "CardType", "Card type is ",
+                    cardType_);
   return cardType_;
 }
 
 std::int32_t Encoder::SerialNumberLength() {
-  try {
-    Trace("--> Get SerialNumberLength");
-    Trace("Serial Number length is " + std::to_string(serialNumberLength_));
-    Trace("<-- Get SerialNumberLength");
-  } catch (...) {
-  }
+  TraceNumberGetter([this](const std::string& line) { Trace(line); }, "SerialNumberLength",
+                    "Serial Number length is ", serialNumberLength_);
   return serialNumberLength_;
 }
 

@@ -57,7 +57,7 @@ std::string GeneralDateText(double days) {
     whole += 1;
   }
   const CivilDate date = CivilFromDays(whole - kDaysFrom1899To1970);
-  std::array<char, 48> buffer{};
+  std::array<char, 80> buffer{};  // room for any year the format can be given
   const long long hh = seconds / 3600;
   const long long mm = seconds / 60 % 60;
   const long long ss = seconds % 60;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The test command: installs what is missing, builds the dev preset, runs every test (unit, then
-# the real PC/SC stack), runs each fuzz target briefly, and cross-compiles the core for 32- and
-# 64-bit Windows.
+# the real PC/SC stack), checks the release build, runs each fuzz target briefly, and
+# cross-compiles the core for 32- and 64-bit Windows.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,6 +17,12 @@ if [ -x tests/pcsc/with-pcscd.sh ] && [ -f tests/pcsc/CMakeLists.txt ]; then
   echo "== real PC/SC stack (pcscd + vpcd + simulated card)"
   tests/pcsc/with-pcscd.sh ctest --test-dir build/dev -L pcsc --output-on-failure
 fi
+
+echo "== release build: the main job and the cipher benchmark"
+cmake --preset release
+cmake --build --preset release -j "$jobs"
+build/release/bin/lumivex demo
+build/release/bin/lumivex-bench --benchmark_filter='BM_Des3EcbEncrypt' --benchmark_min_time=0.2
 
 echo "== fuzz smoke run (10 s a target)"
 scripts/fuzz.sh 10

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 #include "component/hex.h"
 #include "crypto/des.h"
@@ -47,32 +48,17 @@ std::optional<std::vector<std::uint8_t>> Slice(const std::vector<std::uint8_t>& 
 
 sceReturnCode Encoder::DESFireFormat() {
   const std::string op = "DESFireFormat";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     if (!DESFireAtRoot()) return desfire::Record(LastError(), desfire::fail::OnlyAtRoot, op);
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireFormat, {}, response, statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return desfire::Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt,
-                             statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireFormat, {}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireCreateApplication(const std::string& ApplicationId,
                                                 DesfireKeySettings KeySettings,
                                                 std::int32_t NumOfKeys) {
   const std::string op = "DESFireCreateApplication";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireAtRoot()) return Record(LastError(), fail::OnlyAtRoot, op);
@@ -89,54 +75,27 @@ sceReturnCode Encoder::DESFireCreateApplication(const std::string& ApplicationId
     }
     if (NumOfKeys < 1 || NumOfKeys > 14) return Record(LastError(), fail::InvalidParameter, op);
 
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
     // The engine writes the key settings and the key count, given as numbers, in hexadecimal.
-    if (EncoderCommand(cmd::DesfireCreateApplication,
-                       {appId, std::to_string(settings), std::to_string(NumOfKeys)}, response,
-                       statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireCreateApplication,
+                               {appId, std::to_string(settings), std::to_string(NumOfKeys)}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireDeleteApplication(const std::string& ApplicationId) {
   const std::string op = "DESFireDeleteApplication";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     // No root-level test: the card decides whether the selected application may delete.
     std::string appId = ApplicationId;
     if (!IsHexString(appId, 6) || appId == "000000") {
       return desfire::Record(LastError(), desfire::fail::IncorrectAppId, op);
     }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireDeleteApplication, {appId}, response, statusWord,
-                       autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return desfire::Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt,
-                             statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireDeleteApplication, {appId}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetApplications(std::string& Applications) {
   const std::string op = "DESFireGetApplications";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     std::string response;
     std::string statusWord;
     bool autoContinue = true;
@@ -156,17 +115,12 @@ sceReturnCode Encoder::DESFireGetApplications(std::string& Applications) {
     Applications = list;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetVersion(DesfireVersionBytes RequestedInformation,
                                          Variant& Information) {
   const std::string op = "DESFireGetVersion";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     // The first complete answer is kept for the life of the Encoder, whatever card comes next.
@@ -215,9 +169,6 @@ sceReturnCode Encoder::DESFireGetVersion(DesfireVersionBytes RequestedInformatio
     }
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 }  // namespace lumivex

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 #include "crypto/des.h"
 
@@ -21,11 +22,6 @@ constexpr std::int32_t kMaxFileNumber = 15;
 const std::vector<std::int32_t> kDataFiles{dftData, dftBackup};
 const std::vector<std::int32_t> kRecordFiles{dftLinear, dftCyclic};
 
-constexpr const char* kWriteData = "DESFireWriteData";
-constexpr const char* kWriteRecord = "DESFireWriteRecord";
-constexpr const char* kReadData = "DESFireReadData";
-constexpr const char* kReadRecords = "DESFireReadRecords";
-
 // The checks of every read and write, after the authentication test, in their order.
 const desfire::Failure* CheckTransfer(std::int32_t fileNo, std::int32_t offset,
                                       std::int32_t length) {
@@ -37,18 +33,17 @@ const desfire::Failure* CheckTransfer(std::int32_t fileNo, std::int32_t offset,
 
 }  // namespace
 
-sceReturnCode Encoder::DESFireWriteData(std::int32_t FileNo, std::int32_t Offset,
-                                        std::int32_t Length, const std::string& DataString,
-                                        bool IsDataHexaString) {
-  const std::string op = kWriteData;
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+// Data and record files are written alike; only the command and the kinds of file it takes differ.
+sceReturnCode Encoder::DESFireWrite(std::int32_t Command, const std::string& Operation,
+                                    const std::vector<std::int32_t>& FileKinds, std::int32_t FileNo,
+                                    std::int32_t Offset, std::int32_t Length,
+                                    const std::string& DataString, bool IsDataHexaString) {
+  return DESFireOperation(Operation, [&]() -> sceReturnCode {
     if (!DESFireIsAuthenticated()) {
-      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
+      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, Operation);
     }
     if (const auto* failure = CheckTransfer(FileNo, Offset, Length)) {
-      return desfire::Record(LastError(), *failure, op);
+      return desfire::Record(LastError(), *failure, Operation);
     }
     const std::string payload = desfire::AsText(
         Des().ConvertData(DataString, IsDataHexaString ? kHexToCompactHex : kPlainToCompactHex));
@@ -56,118 +51,71 @@ sceReturnCode Encoder::DESFireWriteData(std::int32_t FileNo, std::int32_t Offset
     const auto length = Length == 0 ? static_cast<std::int32_t>(payload.size() / 2) : Length;
     const std::string header =
         desfire::Hex2(FileNo) + desfire::Le24(Offset) + desfire::Le24(length);
-    return DESFireFramedSend(cmd::DesfireWriteData, header, payload, kDataFiles, FileNo, op);
+    return DESFireFramedSend(Command, header, payload, FileKinds, FileNo, Operation);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+}
+
+// Data and record files are read alike. Length 0 goes to the card as it is: it reads to the end
+// of a data file, or all the records; in a record file offset and length count records.
+sceReturnCode Encoder::DESFireRead(std::int32_t Command, const std::string& Operation,
+                                   const std::vector<std::int32_t>& FileKinds, std::int32_t FileNo,
+                                   std::int32_t Offset, std::int32_t Length,
+                                   std::string& DataString, bool IsDataHexaString) {
+  return DESFireOperation(Operation, [&]() -> sceReturnCode {
+    if (!DESFireIsAuthenticated()) {
+      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, Operation);
+    }
+    if (const auto* failure = CheckTransfer(FileNo, Offset, Length)) {
+      return desfire::Record(LastError(), *failure, Operation);
+    }
+    std::string answer;
+    if (DESFireFramedReceive(Command,
+                             {desfire::Hex2(FileNo), desfire::Le24(Offset), desfire::Le24(Length)},
+                             FileKinds, FileNo, Operation, answer) != sceSuccess) {
+      return sceError;
+    }
+    DataString =
+        IsDataHexaString ? answer : desfire::AsText(Des().ConvertData(answer, kHexToPlain));
+    return sceSuccess;
+  });
+}
+
+sceReturnCode Encoder::DESFireWriteData(std::int32_t FileNo, std::int32_t Offset,
+                                        std::int32_t Length, const std::string& DataString,
+                                        bool IsDataHexaString) {
+  return DESFireWrite(cmd::DesfireWriteData, "DESFireWriteData", kDataFiles, FileNo, Offset, Length,
+                      DataString, IsDataHexaString);
 }
 
 sceReturnCode Encoder::DESFireWriteRecord(std::int32_t FileNo, std::int32_t Offset,
                                           std::int32_t Length, const std::string& DataString,
                                           bool IsDataHexaString) {
-  const std::string op = kWriteRecord;
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    if (!DESFireIsAuthenticated()) {
-      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
-    }
-    if (const auto* failure = CheckTransfer(FileNo, Offset, Length)) {
-      return desfire::Record(LastError(), *failure, op);
-    }
-    const std::string payload = desfire::AsText(
-        Des().ConvertData(DataString, IsDataHexaString ? kHexToCompactHex : kPlainToCompactHex));
-    const auto length = Length == 0 ? static_cast<std::int32_t>(payload.size() / 2) : Length;
-    const std::string header =
-        desfire::Hex2(FileNo) + desfire::Le24(Offset) + desfire::Le24(length);
-    return DESFireFramedSend(cmd::DesfireWriteRecord, header, payload, kRecordFiles, FileNo, op);
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireWrite(cmd::DesfireWriteRecord, "DESFireWriteRecord", kRecordFiles, FileNo, Offset,
+                      Length, DataString, IsDataHexaString);
 }
 
 sceReturnCode Encoder::DESFireReadData(std::int32_t FileNo, std::int32_t Offset,
                                        std::int32_t Length, std::string& DataString,
                                        bool IsDataHexaString) {
-  const std::string op = kReadData;
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    if (!DESFireIsAuthenticated()) {
-      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
-    }
-    if (const auto* failure = CheckTransfer(FileNo, Offset, Length)) {
-      return desfire::Record(LastError(), *failure, op);
-    }
-    // Length 0 goes to the card as it is: it reads to the end of the file.
-    std::string answer;
-    if (DESFireFramedReceive(cmd::DesfireReadData,
-                             {desfire::Hex2(FileNo), desfire::Le24(Offset), desfire::Le24(Length)},
-                             kDataFiles, FileNo, op, answer) != sceSuccess) {
-      return sceError;
-    }
-    DataString =
-        IsDataHexaString ? answer : desfire::AsText(Des().ConvertData(answer, kHexToPlain));
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireRead(cmd::DesfireReadData, "DESFireReadData", kDataFiles, FileNo, Offset, Length,
+                     DataString, IsDataHexaString);
 }
 
 sceReturnCode Encoder::DESFireReadRecords(std::int32_t FileNo, std::int32_t Offset,
                                           std::int32_t Length, std::string& DataString,
                                           bool IsDataHexaString) {
-  const std::string op = kReadRecords;
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    if (!DESFireIsAuthenticated()) {
-      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
-    }
-    if (const auto* failure = CheckTransfer(FileNo, Offset, Length)) {
-      return desfire::Record(LastError(), *failure, op);
-    }
-    // Offset and length count records here; length 0 reads them all.
-    std::string answer;
-    if (DESFireFramedReceive(cmd::DesfireReadRecords,
-                             {desfire::Hex2(FileNo), desfire::Le24(Offset), desfire::Le24(Length)},
-                             kRecordFiles, FileNo, op, answer) != sceSuccess) {
-      return sceError;
-    }
-    DataString =
-        IsDataHexaString ? answer : desfire::AsText(Des().ConvertData(answer, kHexToPlain));
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireRead(cmd::DesfireReadRecords, "DESFireReadRecords", kRecordFiles, FileNo, Offset,
+                     Length, DataString, IsDataHexaString);
 }
 
 sceReturnCode Encoder::DESFireClearRecordFile(std::int32_t FileNo) {
   const std::string op = "DESFireClearRecordFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     if (!DESFireIsAuthenticated()) {
       return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
     }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireClearRecordFile, {desfire::Hex2(FileNo)}, response, statusWord,
-                       autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return desfire::Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt,
-                             statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireClearRecordFile, {desfire::Hex2(FileNo)}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 }  // namespace lumivex

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 #include "crypto/des.h"
 
@@ -42,13 +43,28 @@ bool InRange24(std::int32_t value) {
   return value >= 1 && value <= desfire::kMax24;
 }
 
+// The checks of each kind of file, made after the shared ones. Nothing when they pass.
+const Failure* DataFileFailure(std::int32_t fileSize) {
+  return InRange24(fileSize) ? nullptr : &desfire::fail::InvalidFileSize;
+}
+
+const Failure* RecordFileFailure(std::int32_t recordSize, std::int32_t recordCount) {
+  if (!InRange24(recordSize)) return &desfire::fail::InvalidRecordSize;
+  if (!InRange24(recordCount)) return &desfire::fail::InvalidRecordCount;
+  return nullptr;
+}
+
+const Failure* ValueFileFailure(std::int32_t lower, std::int32_t upper, std::int32_t initial) {
+  if (lower > upper) return &desfire::fail::InvalidLimits;
+  if (initial < lower || initial > upper) return &desfire::fail::ValueOutOfBounds;
+  return nullptr;
+}
+
 }  // namespace
 
 sceReturnCode Encoder::DESFireGetFileIDs(std::string& FileIds) {
   const std::string op = "DESFireGetFileIDs";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     if (!DESFireIsAuthenticated()) {
       return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
     }
@@ -74,9 +90,33 @@ sceReturnCode Encoder::DESFireGetFileIDs(std::string& FileIds) {
     FileIds = list;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+}
+
+// Every kind of file is created alike: the shared checks, the kind's own checks, then the
+// command with number, communication settings and rights followed by the kind's fields.
+sceReturnCode Encoder::DESFireCreateFile(std::int32_t Command, const std::string& Operation,
+                                         std::int32_t MaxFileNo, std::int32_t FileNumber,
+                                         std::int32_t CommunicationSettings, std::int32_t KeyRead,
+                                         std::int32_t KeyWrite, std::int32_t KeyReadWrite,
+                                         std::int32_t KeyManage, const Failure* KindFailure,
+                                         const std::vector<std::string>& KindParams) {
+  return DESFireOperation(Operation, [&]() -> sceReturnCode {
+    using desfire::Record;
+    if (!DESFireIsAuthenticated()) {
+      return Record(LastError(), desfire::fail::NotAuthenticated, Operation);
+    }
+    if (const Failure* failure = CheckFileArguments(FileNumber, MaxFileNo,
+                                                    ValidCreateCommSettings(CommunicationSettings),
+                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
+      return Record(LastError(), *failure, Operation);
+    }
+    if (KindFailure != nullptr) return Record(LastError(), *KindFailure, Operation);
+    std::vector<std::string> params{
+        desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
+        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite)};
+    params.insert(params.end(), KindParams.begin(), KindParams.end());
+    return DESFireSendExpectOk(Command, params, Operation);
+  });
 }
 
 sceReturnCode Encoder::DESFireCreateStdDataFile(std::int32_t FileNumber,
@@ -84,34 +124,10 @@ sceReturnCode Encoder::DESFireCreateStdDataFile(std::int32_t FileNumber,
                                                 std::int32_t KeyRead, std::int32_t KeyWrite,
                                                 std::int32_t KeyReadWrite, std::int32_t KeyManage,
                                                 std::int32_t FileSize) {
-  const std::string op = "DESFireCreateStdDataFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (const Failure* failure = CheckFileArguments(FileNumber, kMaxFileNumber,
-                                                    ValidCreateCommSettings(CommunicationSettings),
-                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, op);
-    }
-    if (!InRange24(FileSize)) return Record(LastError(), desfire::fail::InvalidFileSize, op);
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireCreateStdDataFile,
-                       {desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
-                        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite),
-                        desfire::Le24(FileSize)},
-                       response, statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireCreateFile(cmd::DesfireCreateStdDataFile, "DESFireCreateStdDataFile",
+                           kMaxFileNumber, FileNumber, CommunicationSettings, KeyRead, KeyWrite,
+                           KeyReadWrite, KeyManage, DataFileFailure(FileSize),
+                           {desfire::Le24(FileSize)});
 }
 
 sceReturnCode Encoder::DESFireCreateBackupDataFile(std::int32_t FileNumber,
@@ -119,34 +135,10 @@ sceReturnCode Encoder::DESFireCreateBackupDataFile(std::int32_t FileNumber,
                                                    std::int32_t KeyRead, std::int32_t KeyWrite,
                                                    std::int32_t KeyReadWrite,
                                                    std::int32_t KeyManage, std::int32_t FileSize) {
-  const std::string op = "DESFireCreateBackupDataFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (const Failure* failure = CheckFileArguments(FileNumber, kMaxFileNumberOtherKinds,
-                                                    ValidCreateCommSettings(CommunicationSettings),
-                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, op);
-    }
-    if (!InRange24(FileSize)) return Record(LastError(), desfire::fail::InvalidFileSize, op);
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireCreateBackupDataFile,
-                       {desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
-                        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite),
-                        desfire::Le24(FileSize)},
-                       response, statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireCreateFile(cmd::DesfireCreateBackupDataFile, "DESFireCreateBackupDataFile",
+                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
+                           KeyWrite, KeyReadWrite, KeyManage, DataFileFailure(FileSize),
+                           {desfire::Le24(FileSize)});
 }
 
 sceReturnCode Encoder::DESFireCreateValueFile(std::int32_t FileNumber,
@@ -156,144 +148,51 @@ sceReturnCode Encoder::DESFireCreateValueFile(std::int32_t FileNumber,
                                               std::int32_t LowerLimit, std::int32_t UpperLimit,
                                               std::int32_t InitialValue,
                                               bool LimitedCreditEnabled) {
-  const std::string op = "DESFireCreateValueFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (const Failure* failure = CheckFileArguments(FileNumber, kMaxFileNumberOtherKinds,
-                                                    ValidCreateCommSettings(CommunicationSettings),
-                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, op);
-    }
-    if (LowerLimit > UpperLimit) return Record(LastError(), desfire::fail::InvalidLimits, op);
-    if (InitialValue < LowerLimit || InitialValue > UpperLimit) {
-      return Record(LastError(), desfire::fail::ValueOutOfBounds, op);
-    }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireCreateValueFile,
-                       {desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
-                        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite),
-                        desfire::Le32(LowerLimit), desfire::Le32(UpperLimit),
-                        desfire::Le32(InitialValue), LimitedCreditEnabled ? "01" : "00"},
-                       response, statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireCreateFile(cmd::DesfireCreateValueFile, "DESFireCreateValueFile",
+                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
+                           KeyWrite, KeyReadWrite, KeyManage,
+                           ValueFileFailure(LowerLimit, UpperLimit, InitialValue),
+                           {desfire::Le32(LowerLimit), desfire::Le32(UpperLimit),
+                            desfire::Le32(InitialValue), LimitedCreditEnabled ? "01" : "00"});
 }
 
 sceReturnCode Encoder::DESFireCreateLinearRecordFile(
     std::int32_t FileNumber, std::int32_t CommunicationSettings, std::int32_t KeyRead,
     std::int32_t KeyWrite, std::int32_t KeyReadWrite, std::int32_t KeyManage,
     std::int32_t RecordSize, std::int32_t MaxNumOfRecords) {
-  const std::string op = "DESFireCreateLinearRecordFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (const Failure* failure = CheckFileArguments(FileNumber, kMaxFileNumberOtherKinds,
-                                                    ValidCreateCommSettings(CommunicationSettings),
-                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, op);
-    }
-    if (!InRange24(RecordSize)) return Record(LastError(), desfire::fail::InvalidRecordSize, op);
-    if (!InRange24(MaxNumOfRecords)) {
-      return Record(LastError(), desfire::fail::InvalidRecordCount, op);
-    }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireCreateLinearRecordFile,
-                       {desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
-                        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite),
-                        desfire::Le24(RecordSize), desfire::Le24(MaxNumOfRecords)},
-                       response, statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireCreateFile(cmd::DesfireCreateLinearRecordFile, "DESFireCreateLinearRecordFile",
+                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
+                           KeyWrite, KeyReadWrite, KeyManage,
+                           RecordFileFailure(RecordSize, MaxNumOfRecords),
+                           {desfire::Le24(RecordSize), desfire::Le24(MaxNumOfRecords)});
 }
 
 sceReturnCode Encoder::DESFireCreateCyclicRecordFile(
     std::int32_t FileNumber, std::int32_t CommunicationSettings, std::int32_t KeyRead,
     std::int32_t KeyWrite, std::int32_t KeyReadWrite, std::int32_t KeyManage,
     std::int32_t RecordSize, std::int32_t MaxNumOfRecords) {
-  const std::string op = "DESFireCreateCyclicRecordFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (const Failure* failure = CheckFileArguments(FileNumber, kMaxFileNumberOtherKinds,
-                                                    ValidCreateCommSettings(CommunicationSettings),
-                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, op);
-    }
-    if (!InRange24(RecordSize)) return Record(LastError(), desfire::fail::InvalidRecordSize, op);
-    if (!InRange24(MaxNumOfRecords)) {
-      return Record(LastError(), desfire::fail::InvalidRecordCount, op);
-    }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireCreateCyclicRecordFile,
-                       {desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
-                        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite),
-                        desfire::Le24(RecordSize), desfire::Le24(MaxNumOfRecords)},
-                       response, statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireCreateFile(cmd::DesfireCreateCyclicRecordFile, "DESFireCreateCyclicRecordFile",
+                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
+                           KeyWrite, KeyReadWrite, KeyManage,
+                           RecordFileFailure(RecordSize, MaxNumOfRecords),
+                           {desfire::Le24(RecordSize), desfire::Le24(MaxNumOfRecords)});
 }
 
 sceReturnCode Encoder::DESFireDeleteFile(std::int32_t FileNumber) {
   const std::string op = "DESFireDeleteFile";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
     if (FileNumber < 0 || FileNumber > kMaxFileNumber) {
       return Record(LastError(), desfire::fail::InvalidFileNumber, op);
     }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireDeleteFile, {desfire::Hex2(FileNumber)}, response, statusWord,
-                       autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireDeleteFile, {desfire::Hex2(FileNumber)}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetFileSettings(std::int32_t FileNo, std::string& Information) {
   const std::string op = "DESFireGetFileSettings";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
     if (FileNo < 0 || FileNo > kMaxFileNumber) {
@@ -311,9 +210,6 @@ sceReturnCode Encoder::DESFireGetFileSettings(std::int32_t FileNo, std::string& 
     Information = desfire::AsText(Des().ConvertData(response, 0));
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireChangeFileSettings(std::int32_t FileNo,
@@ -322,9 +218,7 @@ sceReturnCode Encoder::DESFireChangeFileSettings(std::int32_t FileNo,
                                                  std::int32_t KeyReadWrite,
                                                  std::int32_t KeyManage) {
   const std::string op = "DESFireChangeFileSettings";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
     if (const Failure* failure = CheckFileArguments(
@@ -347,17 +241,8 @@ sceReturnCode Encoder::DESFireChangeFileSettings(std::int32_t FileNo,
       return sceSuccess;
     }
     const std::string cryptogram = DESFireEncipher({{commSettings + rights, "[DATA][CRC]000000"}});
-    autoContinue = true;
-    if (EncoderCommand(cmd::DesfireChangeFileSettings2, {fileNumber, cryptogram}, response,
-                       statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireChangeFileSettings2, {fileNumber, cryptogram}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetFileCharacteristics(std::int32_t FileNo, std::int32_t& FileType,

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 #include "component/hex.h"
 #include "crypto/des.h"
@@ -21,6 +22,11 @@ void Replace(std::string& text, const std::string& placeholder, const std::strin
        at = text.find(placeholder, at + value.size())) {
     text.replace(at, placeholder.size(), value);
   }
+}
+
+// The keys an operation may name: key 0 alone at the root, keys 0 to 13 in an application.
+bool KeyNumberInRange(std::int32_t keyNumber, bool atRoot) {
+  return keyNumber >= 0 && keyNumber <= (atRoot ? 0 : 13);
 }
 
 // A key of 16 digits becomes the two-key form K K; one of 32 digits stays; anything else fails.
@@ -72,14 +78,13 @@ std::string Encoder::DESFireEncipher(const std::vector<std::pair<std::string, st
 sceReturnCode Encoder::DESFireChangeKey(std::int32_t KeyNumber, const std::string& OldKey,
                                         const std::string& NewKey) {
   const std::string op = "DESFireChangeKey";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
-    const std::int32_t highest = DESFireAtRoot() ? 0 : 13;
-    if (KeyNumber < 0 || KeyNumber > highest) return Record(LastError(), fail::BadKeyNumber, op);
+    if (!KeyNumberInRange(KeyNumber, DESFireAtRoot())) {
+      return Record(LastError(), fail::BadKeyNumber, op);
+    }
     desfire::SecretText oldKey(OldKey);
     desfire::SecretText newKey(NewKey);
     // Both keys are checked, even when the old one will not be used.
@@ -106,33 +111,21 @@ sceReturnCode Encoder::DESFireChangeKey(std::int32_t KeyNumber, const std::strin
     const std::string cryptogram = DESFireEncipher(rows);
     for (auto& row : rows) crypto::SecureWipe(row.first);
 
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireChangeKey, {desfire::Hex2(KeyNumber), cryptogram}, response,
-                       statusWord, autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
-    }
     // The session stays recorded as it was, even after the authenticated key itself changed:
     // the card has dropped it and a new selection is needed for protected commands.
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireChangeKey, {desfire::Hex2(KeyNumber), cryptogram}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetKeyVersion(std::int32_t KeyNumber, std::int32_t& KeyVersion) {
   const std::string op = "DESFireGetKeyVersion";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
-    const std::int32_t highest = DESFireAtRoot() ? 0 : 13;
-    if (KeyNumber < 0 || KeyNumber > highest) return Record(LastError(), fail::BadKeyNumber, op);
+    if (!KeyNumberInRange(KeyNumber, DESFireAtRoot())) {
+      return Record(LastError(), fail::BadKeyNumber, op);
+    }
     std::string response;
     std::string statusWord;
     bool autoContinue = true;
@@ -145,16 +138,11 @@ sceReturnCode Encoder::DESFireGetKeyVersion(std::int32_t KeyNumber, std::int32_t
     KeyVersion = *version;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireGetKeySettings(std::int32_t& KeySettings, std::int32_t& KeyCount) {
   const std::string op = "DESFireGetKeySettings";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
@@ -172,16 +160,11 @@ sceReturnCode Encoder::DESFireGetKeySettings(std::int32_t& KeySettings, std::int
     KeyCount = *count;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireChangeKeySettings(DesfireKeySettings KeySettings) {
   const std::string op = "DESFireChangeKeySettings";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
     if (!DESFireIsAuthenticated()) return Record(LastError(), fail::NotAuthenticated, op);
@@ -189,19 +172,8 @@ sceReturnCode Encoder::DESFireChangeKeySettings(DesfireKeySettings KeySettings) 
     if (settings < 0 || settings > 255) return Record(LastError(), fail::InvalidParameter, op);
     const std::string cryptogram =
         DESFireEncipher({{desfire::Hex2(settings), "[DATA][CRC]0000000000"}});
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireChangeKeySettings, {cryptogram}, response, statusWord,
-                       autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
-    }
-    return sceSuccess;
+    return DESFireSendExpectOk(cmd::DesfireChangeKeySettings, {cryptogram}, op);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 }  // namespace lumivex

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 #include "component/hex.h"
 #include "crypto/des.h"
@@ -48,9 +49,7 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
                                                 std::int32_t KeyNumber,
                                                 const std::string& KeyValue) {
   const std::string op = kSelectApplication;
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     namespace fail = desfire::fail;
 
@@ -167,9 +166,6 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
     desfireKeyNumber_ = KeyNumber;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 void Encoder::WipeDesfireSession() {

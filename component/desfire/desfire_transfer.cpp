@@ -41,23 +41,31 @@ bool Allowed(const std::vector<std::int32_t>& types, std::int32_t type) {
 
 }  // namespace
 
+sceReturnCode Encoder::DESFireCheckFileKind(std::int32_t FileNo,
+                                            const std::vector<std::int32_t>& AllowedTypes,
+                                            const std::string& Caller) {
+  std::int32_t fileType = 0;
+  std::int32_t commSettings = 0;
+  if (DESFireGetFileCharacteristics(FileNo, fileType, commSettings) != sceSuccess) {
+    const bool notFound = lastStatusWord_ == desfire::kSwFileNotFound;
+    return desfire::Record(LastError(),
+                           notFound ? desfire::fail::FileNotFound : desfire::fail::OperationFailed,
+                           Caller);
+  }
+  if (!Allowed(AllowedTypes, fileType)) {
+    return desfire::Record(LastError(), desfire::fail::WrongFileType, Caller);
+  }
+  return sceSuccess;
+}
+
 sceReturnCode Encoder::DESFireFramedSend(std::int32_t Command, const std::string& Header,
                                          const std::string& Payload,
                                          const std::vector<std::int32_t>& AllowedTypes,
                                          std::int32_t FileNo, const std::string& Caller) {
   using desfire::Record;
-  std::int32_t fileType = 0;
   // The file's communication settings are not used: the data always travel plain, and the
   // card's answer decides whether it accepts them so.
-  std::int32_t commSettings = 0;
-  if (DESFireGetFileCharacteristics(FileNo, fileType, commSettings) != sceSuccess) {
-    const bool notFound = lastStatusWord_ == desfire::kSwFileNotFound;
-    return Record(LastError(),
-                  notFound ? desfire::fail::FileNotFound : desfire::fail::OperationFailed, Caller);
-  }
-  if (!Allowed(AllowedTypes, fileType)) {
-    return Record(LastError(), desfire::fail::WrongFileType, Caller);
-  }
+  if (DESFireCheckFileKind(FileNo, AllowedTypes, Caller) != sceSuccess) return sceError;
 
   std::string remaining = desfire::RemoveBlanks(Header + Payload);
   bool first = true;
@@ -106,16 +114,9 @@ sceReturnCode Encoder::DESFireFramedReceive(std::int32_t Command,
                                             std::int32_t FileNo, const std::string& Caller,
                                             std::string& Answer) {
   using desfire::Record;
-  std::int32_t fileType = 0;
-  std::int32_t commSettings = 0;  // not used: a MAC or ciphertext comes back as data, unchecked
-  if (DESFireGetFileCharacteristics(FileNo, fileType, commSettings) != sceSuccess) {
-    const bool notFound = lastStatusWord_ == desfire::kSwFileNotFound;
-    return Record(LastError(),
-                  notFound ? desfire::fail::FileNotFound : desfire::fail::OperationFailed, Caller);
-  }
-  if (!Allowed(AllowedTypes, fileType)) {
-    return Record(LastError(), desfire::fail::WrongFileType, Caller);
-  }
+  // The file's communication settings are not used: a MAC or ciphertext comes back as data,
+  // unchecked.
+  if (DESFireCheckFileKind(FileNo, AllowedTypes, Caller) != sceSuccess) return sceError;
 
   // The engine gathers the card's continuation frames into one answer.
   std::string response;

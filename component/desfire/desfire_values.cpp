@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "component/desfire/desfire_common.h"
+#include "component/desfire/desfire_operation.h"
 #include "component/encoder.h"
 
 namespace lumivex {
@@ -17,9 +18,7 @@ const std::vector<std::int32_t> kValueFiles{dftValue};
 
 sceReturnCode Encoder::DESFireGetValue(std::int32_t FileNo, std::int32_t& ValueData) {
   const std::string op = "DESFireGetValue";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
+  return DESFireOperation(op, [&]() -> sceReturnCode {
     using desfire::Record;
     if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
     if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
@@ -35,132 +34,74 @@ sceReturnCode Encoder::DESFireGetValue(std::int32_t FileNo, std::int32_t& ValueD
     ValueData = *value;
     return sceSuccess;
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+}
+
+// Debit, credit and limited credit differ only in their command and in what the card's boundary
+// error means for them.
+sceReturnCode Encoder::DESFireChangeValue(std::int32_t Command, const std::string& Operation,
+                                          std::int32_t FileNo, std::int32_t Amount,
+                                          const desfire::Failure& AtBoundary) {
+  return DESFireOperation(Operation, [&]() -> sceReturnCode {
+    using desfire::Record;
+    if (!DESFireIsAuthenticated()) {
+      return Record(LastError(), desfire::fail::NotAuthenticated, Operation);
+    }
+    if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
+      return Record(LastError(), desfire::fail::InvalidFileNumber, Operation);
+    }
+    if (Amount < 0) return Record(LastError(), desfire::fail::InvalidAmount, Operation);
+    if (DESFireFramedSend(Command, desfire::Hex2(FileNo), desfire::Le32(Amount), kValueFiles,
+                          FileNo, Operation) == sceSuccess) {
+      return sceSuccess;
+    }
+    if (LastError().Number() == err::kOperationFailed && lastStatusWord_ == desfire::kSwBoundary) {
+      return Record(LastError(), AtBoundary, Operation);
+    }
+    return sceError;
+  });
 }
 
 sceReturnCode Encoder::DESFireDebit(std::int32_t FileNo, std::int32_t Amount) {
-  const std::string op = "DESFireDebit";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, op);
-    }
-    if (Amount < 0) return Record(LastError(), desfire::fail::InvalidAmount, op);
-    if (DESFireFramedSend(cmd::DesfireDebit, desfire::Hex2(FileNo), desfire::Le32(Amount),
-                          kValueFiles, FileNo, op) == sceSuccess) {
-      return sceSuccess;
-    }
-    // The card's boundary error: the value would leave the file's limits.
-    if (LastError().Number() == err::kOperationFailed && lastStatusWord_ == desfire::kSwBoundary) {
-      return Record(LastError(), desfire::fail::ValueExceedsLimits, op);
-    }
-    return sceError;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  // The value would leave the file's limits.
+  return DESFireChangeValue(cmd::DesfireDebit, "DESFireDebit", FileNo, Amount,
+                            desfire::fail::ValueExceedsLimits);
 }
 
 sceReturnCode Encoder::DESFireCredit(std::int32_t FileNo, std::int32_t Amount) {
-  const std::string op = "DESFireCredit";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, op);
-    }
-    if (Amount < 0) return Record(LastError(), desfire::fail::InvalidAmount, op);
-    if (DESFireFramedSend(cmd::DesfireCredit, desfire::Hex2(FileNo), desfire::Le32(Amount),
-                          kValueFiles, FileNo, op) == sceSuccess) {
-      return sceSuccess;
-    }
-    if (LastError().Number() == err::kOperationFailed && lastStatusWord_ == desfire::kSwBoundary) {
-      return Record(LastError(), desfire::fail::ValueExceedsLimits, op);
-    }
-    return sceError;
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireChangeValue(cmd::DesfireCredit, "DESFireCredit", FileNo, Amount,
+                            desfire::fail::ValueExceedsLimits);
 }
 
 sceReturnCode Encoder::DESFireLimitedCredit(std::int32_t FileNo, std::int32_t Amount) {
-  const std::string op = "DESFireLimitedCredit";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, op);
+  // More than the last debits allow to credit back.
+  return DESFireChangeValue(cmd::DesfireLimitedCredit, "DESFireLimitedCredit", FileNo, Amount,
+                            desfire::fail::CreditExceedsLimit);
+}
+
+// Commit and abort: 910C means the backup files hold no change to close.
+sceReturnCode Encoder::DESFireEndTransaction(std::int32_t Command, const std::string& Operation) {
+  return DESFireOperation(Operation, [&]() -> sceReturnCode {
+    if (!DESFireIsAuthenticated()) {
+      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, Operation);
     }
-    if (Amount < 0) return Record(LastError(), desfire::fail::InvalidAmount, op);
-    if (DESFireFramedSend(cmd::DesfireLimitedCredit, desfire::Hex2(FileNo), desfire::Le32(Amount),
-                          kValueFiles, FileNo, op) == sceSuccess) {
-      return sceSuccess;
-    }
-    // Here the boundary error means more than the last debits allow to credit back.
-    if (LastError().Number() == err::kOperationFailed && lastStatusWord_ == desfire::kSwBoundary) {
-      return Record(LastError(), desfire::fail::CreditExceedsLimit, op);
-    }
-    return sceError;
+    std::string response;
+    std::string statusWord;
+    bool autoContinue = true;
+    const sceReturnCode sent = EncoderCommand(Command, {}, response, statusWord, autoContinue);
+    const std::string status = desfire::Upper(statusWord);
+    if (sent == sceSuccess && status == desfire::kSwOk) return sceSuccess;
+    const auto& failure =
+        status == desfire::kSwNoChanges ? desfire::fail::NoChanges : desfire::fail::OperationFailed;
+    return desfire::Record(LastError(), failure, Operation, std::nullopt, statusWord);
   });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
 }
 
 sceReturnCode Encoder::DESFireCommitTransaction() {
-  const std::string op = "DESFireCommitTransaction";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    const sceReturnCode sent =
-        EncoderCommand(cmd::DesfireCommitTransaction, {}, response, statusWord, autoContinue);
-    const std::string status = desfire::Upper(statusWord);
-    if (sent == sceSuccess && status == desfire::kSwOk) return sceSuccess;
-    const auto& failure =
-        status == desfire::kSwNoChanges ? desfire::fail::NoChanges : desfire::fail::OperationFailed;
-    return Record(LastError(), failure, op, std::nullopt, statusWord);
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireEndTransaction(cmd::DesfireCommitTransaction, "DESFireCommitTransaction");
 }
 
 sceReturnCode Encoder::DESFireAbortTransaction() {
-  const std::string op = "DESFireAbortTransaction";
-  Trace("--> " + op);
-  ClearLastError();
-  const sceReturnCode result = desfire::Guarded(LastError(), op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    const sceReturnCode sent =
-        EncoderCommand(cmd::DesfireAbortTransaction, {}, response, statusWord, autoContinue);
-    const std::string status = desfire::Upper(statusWord);
-    if (sent == sceSuccess && status == desfire::kSwOk) return sceSuccess;
-    const auto& failure =
-        status == desfire::kSwNoChanges ? desfire::fail::NoChanges : desfire::fail::OperationFailed;
-    return Record(LastError(), failure, op, std::nullopt, statusWord);
-  });
-  if (result == sceSuccess) ClearLastError(op);
-  Trace("<-- " + op);
-  return result;
+  return DESFireEndTransaction(cmd::DesfireAbortTransaction, "DESFireAbortTransaction");
 }
 
 }  // namespace lumivex

@@ -43,68 +43,55 @@ std::string Encoder::NormaliseMifareKey(const std::string& key) {
   return normalised;
 }
 
+void Encoder::MifareErrorIfNone(std::int32_t Number, const char* Description) {
+  if (LastError().Number() == 0) SetLastError({Number, Description, {}, {}, {}, {}});
+}
+
 sceReturnCode Encoder::MifareReadDataBloc(std::int32_t BlocNumber, const std::string& Key,
                                           [[maybe_unused]] std::uint8_t KeyType,
                                           std::string& BlocContents) {
   static constexpr const char* kName = "MifareReadDataBloc";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        ClearLastError();
-        if (SelectCardInRange() == sceError) return Outcome::kFailed;
-        BlocContents.clear();
-        std::string key = NormaliseMifareKey(Key);
-        const mifare::WipedOnExit wipeKey(key);
-        // The frame carries only the key value: KeyType does not change it.
-        std::string response;
-        std::string statusWord;
-        bool autoContinue = false;
-        if (EncoderCommand(cmd::MifareClassicRead, {mifare::BlocByte(BlocNumber), key}, response,
-                           statusWord, autoContinue) != sceSuccess) {
-          return Outcome::kFailed;
-        }
-        BlocContents = response;
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+  return MifareOperation(kName, [&] {
+    if (SelectCardInRange() == sceError) return Outcome::kFailed;
+    BlocContents.clear();
+    std::string key = NormaliseMifareKey(Key);
+    const mifare::WipedOnExit wipeKey(key);
+    // The frame carries only the key value: KeyType does not change it.
+    std::string response;
+    std::string statusWord;
+    bool autoContinue = false;
+    if (EncoderCommand(cmd::MifareClassicRead, {mifare::BlocByte(BlocNumber), key}, response,
+                       statusWord, autoContinue) != sceSuccess) {
+      return Outcome::kFailed;
+    }
+    BlocContents = response;
+    return Outcome::kSuccess;
+  });
 }
 
 sceReturnCode Encoder::MifareWriteDataBloc(std::int32_t BlocNumber, const std::string& Key,
                                            [[maybe_unused]] std::uint8_t KeyType,
                                            std::string& BlocContents) {
   static constexpr const char* kName = "MifareWriteDataBloc";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        ClearLastError();
-        if (!IsHexString(BlocContents, static_cast<std::int32_t>(kBlocDigits))) {
-          SetLastError(
-              {err::kBlocNot32Hex, "A data bloc must contain 32 hex digits", 0, kName, "", ""});
-          return Outcome::kRecorded;
-        }
-        if (SelectCardInRange() == sceError) return Outcome::kFailed;
-        std::string key = NormaliseMifareKey(Key);
-        const mifare::WipedOnExit wipeKey(key);
-        // The frame carries only the key value: KeyType does not change it.
-        std::string response;
-        std::string statusWord;
-        bool autoContinue = false;
-        if (EncoderCommand(cmd::MifareClassicWrite,
-                           {mifare::BlocByte(BlocNumber), key, BlocContents}, response, statusWord,
-                           autoContinue) != sceSuccess) {
-          return Outcome::kFailed;
-        }
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+  return MifareOperation(kName, [&] {
+    if (!IsHexString(BlocContents, static_cast<std::int32_t>(kBlocDigits))) {
+      SetLastError(
+          {err::kBlocNot32Hex, "A data bloc must contain 32 hex digits", 0, kName, "", ""});
+      return Outcome::kRecorded;
+    }
+    if (SelectCardInRange() == sceError) return Outcome::kFailed;
+    std::string key = NormaliseMifareKey(Key);
+    const mifare::WipedOnExit wipeKey(key);
+    // The frame carries only the key value: KeyType does not change it.
+    std::string response;
+    std::string statusWord;
+    bool autoContinue = false;
+    if (EncoderCommand(cmd::MifareClassicWrite, {mifare::BlocByte(BlocNumber), key, BlocContents},
+                       response, statusWord, autoContinue) != sceSuccess) {
+      return Outcome::kFailed;
+    }
+    return Outcome::kSuccess;
+  });
 }
 
 sceReturnCode Encoder::MifareReadManufacturerCode(const std::string& Key, std::uint8_t KeyType,
@@ -112,82 +99,59 @@ sceReturnCode Encoder::MifareReadManufacturerCode(const std::string& Key, std::u
                                                   std::uint8_t& CheckSum,
                                                   std::string& ManufacturerInfo) {
   static constexpr const char* kName = "MifareReadManufacturerCode";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        ClearLastError();
-        ManufacturerInfo.clear();
-        std::string key = NormaliseMifareKey(Key);
-        const mifare::WipedOnExit wipeKey(key);
-        std::string block;
-        if (MifareReadDataBloc(0, key, KeyType, block) == sceError) return Outcome::kFailed;
-        if (!IsBlocText(block)) {
-          // The reader said yes but did not give a whole block: nothing to split.
-          if (LastError().Number() == 0) {
-            SetLastError({err::kReadError, "Read error on encoder", {}, {}, {}, {}});
-          }
-          return Outcome::kFailed;
-        }
-        SerialNumber = static_cast<std::int32_t>(std::stoul(block.substr(0, 8), nullptr, 16));
-        CheckSum = static_cast<std::uint8_t>(std::stoul(block.substr(8, 2), nullptr, 16));
-        ManufacturerInfo = block.substr(10);
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+  return MifareOperation(kName, [&] {
+    ManufacturerInfo.clear();
+    std::string key = NormaliseMifareKey(Key);
+    const mifare::WipedOnExit wipeKey(key);
+    std::string block;
+    if (MifareReadDataBloc(0, key, KeyType, block) == sceError) return Outcome::kFailed;
+    if (!IsBlocText(block)) {
+      // The reader said yes but did not give a whole block: nothing to split.
+      MifareErrorIfNone(err::kReadError, "Read error on encoder");
+      return Outcome::kFailed;
+    }
+    SerialNumber = static_cast<std::int32_t>(std::stoul(block.substr(0, 8), nullptr, 16));
+    CheckSum = static_cast<std::uint8_t>(std::stoul(block.substr(8, 2), nullptr, 16));
+    ManufacturerInfo = block.substr(10);
+    return Outcome::kSuccess;
+  });
 }
 
 sceReturnCode Encoder::MifareWriteBytesInBloc(std::int32_t BlocNumber, const std::string& Key,
                                               std::uint8_t KeyType, std::uint8_t FromByte,
                                               std::uint8_t ToByte, std::string& BlocContents) {
   static constexpr const char* kName = "MifareWriteBytesInBloc";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        ClearLastError();
-        std::string current;
-        if (MifareReadDataBloc(BlocNumber, Key, KeyType, current) == sceError) {
-          BlocContents.clear();
-          return Outcome::kFailed;
-        }
-        if (current.size() != kBlocDigits) {
-          if (LastError().Number() == 0) {
-            SetLastError({err::kReadError, "Read error on encoder", {}, {}, {}, {}});
-          }
-          BlocContents.clear();
-          return Outcome::kFailed;
-        }
-        if (FromByte >= 16 || ToByte >= 16 || ToByte < FromByte) {
-          SetLastError(
-              {err::kIncorrectOffsets, "Incorrect offsets in parameters", 0, kName, "", ""});
-          BlocContents = current;
-          return Outcome::kRecorded;
-        }
-        // The caller's bytes, zero-filled or cut to the range.
-        const std::size_t digits = 2U * (static_cast<std::size_t>(ToByte - FromByte) + 1U);
-        BlocContents = (BlocContents + std::string(kBlocDigits, '0')).substr(0, digits);
-        const std::size_t from = FromByte;
-        const std::size_t to = ToByte;
-        std::string updated = current.substr(0, 2 * from) + BlocContents;
-        if (to < 15) updated += current.substr(2 * to + 2);
-        if (MifareWriteDataBloc(BlocNumber, Key, KeyType, updated) == sceError) {
-          if (LastError().Number() == 0) {
-            SetLastError({err::kWriteError, "Write error on encoder", {}, {}, {}, {}});
-          }
-          BlocContents = current;
-          return Outcome::kFailed;
-        }
-        BlocContents = updated;
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+  return MifareOperation(kName, [&] {
+    std::string current;
+    if (MifareReadDataBloc(BlocNumber, Key, KeyType, current) == sceError) {
+      BlocContents.clear();
+      return Outcome::kFailed;
+    }
+    if (current.size() != kBlocDigits) {
+      MifareErrorIfNone(err::kReadError, "Read error on encoder");
+      BlocContents.clear();
+      return Outcome::kFailed;
+    }
+    if (FromByte >= 16 || ToByte >= 16 || ToByte < FromByte) {
+      SetLastError({err::kIncorrectOffsets, "Incorrect offsets in parameters", 0, kName, "", ""});
+      BlocContents = current;
+      return Outcome::kRecorded;
+    }
+    // The caller's bytes, zero-filled or cut to the range.
+    const std::size_t digits = 2U * (static_cast<std::size_t>(ToByte - FromByte) + 1U);
+    BlocContents = (BlocContents + std::string(kBlocDigits, '0')).substr(0, digits);
+    const std::size_t from = FromByte;
+    const std::size_t to = ToByte;
+    std::string updated = current.substr(0, 2 * from) + BlocContents;
+    if (to < 15) updated += current.substr(2 * to + 2);
+    if (MifareWriteDataBloc(BlocNumber, Key, KeyType, updated) == sceError) {
+      MifareErrorIfNone(err::kWriteError, "Write error on encoder");
+      BlocContents = current;
+      return Outcome::kFailed;
+    }
+    BlocContents = updated;
+    return Outcome::kSuccess;
+  });
 }
 
 sceReturnCode Encoder::MifareAuthenticate(std::uint8_t KeyType, std::int32_t BlocNumber,

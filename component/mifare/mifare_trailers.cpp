@@ -28,23 +28,15 @@ std::uint8_t HexByteAt(const std::string& text, std::size_t position) {
 sceReturnCode Encoder::MifareWriteValueBloc(std::int32_t BlocNumber, const std::string& Key,
                                             std::uint8_t KeyType, std::int32_t Value) {
   static constexpr const char* kName = "MifareWriteValueBloc";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        // Remembered whether or not the write succeeds: the trailer conversion asks for it.
-        valueBlocs_.push_back(BlocNumber);
-        ClearLastError();
-        std::string block = mifare::ValueBlocText(Value);
-        if (MifareWriteDataBloc(BlocNumber, Key, KeyType, block) == sceError) {
-          return Outcome::kFailed;
-        }
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+  return MifareOperation(kName, [&] {
+    // Remembered whether or not the write succeeds: the trailer conversion asks for it.
+    valueBlocs_.push_back(BlocNumber);
+    std::string block = mifare::ValueBlocText(Value);
+    if (MifareWriteDataBloc(BlocNumber, Key, KeyType, block) == sceError) {
+      return Outcome::kFailed;
+    }
+    return Outcome::kSuccess;
+  });
 }
 
 sceReturnCode Encoder::MifareReadSectorTrailer(
@@ -52,41 +44,31 @@ sceReturnCode Encoder::MifareReadSectorTrailer(
     SCBS_SecurityLevelEnum& Security0, SCBS_SecurityLevelEnum& Security1,
     SCBS_SecurityLevelEnum& Security2, SCSS_SecurityLevelEnum& Conditions, std::uint8_t& BX) {
   static constexpr const char* kName = "MifareReadSectorTrailer";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        ClearLastError();
-        std::string block;  // key B shows in it when the access bits let it be read
-        const mifare::WipedOnExit wipeBlock(block);
-        if (MifareReadDataBloc(mifare::SectorTrailerBloc(SectorNumber), Key, KeyType, block) ==
-            sceError) {
-          return Outcome::kFailed;
-        }
-        std::string digits = block;
-        const mifare::WipedOnExit wipeDigits(digits);
-        if (!IsHexString(digits, 32)) {
-          if (LastError().Number() == 0) {
-            SetLastError({err::kReadError, "Read error on encoder", {}, {}, {}, {}});
-          }
-          return Outcome::kFailed;
-        }
-        // Bytes 7 and 8 hold C1, C2 and C3 plainly; byte 6 (inverted copies) is not read.
-        const std::uint8_t byte7 = HexByteAt(digits, 14);
-        const std::uint8_t byte8 = HexByteAt(digits, 16);
-        Security0 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 0));
-        Security1 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 1));
-        Security2 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 2));
-        const int trailer = mifare::AccessPattern(byte7, byte8, 3);
-        KeysUsed = mifare::TrailerKeysUsedOfPattern(trailer);
-        Conditions = mifare::TrailerLevelOfPattern(trailer);
-        BX = HexByteAt(digits, 18);
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+  return MifareOperation(kName, [&] {
+    std::string block;  // key B shows in it when the access bits let it be read
+    const mifare::WipedOnExit wipeBlock(block);
+    if (MifareReadDataBloc(mifare::SectorTrailerBloc(SectorNumber), Key, KeyType, block) ==
+        sceError) {
+      return Outcome::kFailed;
+    }
+    std::string digits = block;
+    const mifare::WipedOnExit wipeDigits(digits);
+    if (!IsHexString(digits, 32)) {
+      MifareErrorIfNone(err::kReadError, "Read error on encoder");
+      return Outcome::kFailed;
+    }
+    // Bytes 7 and 8 hold C1, C2 and C3 plainly; byte 6 (inverted copies) is not read.
+    const std::uint8_t byte7 = HexByteAt(digits, 14);
+    const std::uint8_t byte8 = HexByteAt(digits, 16);
+    Security0 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 0));
+    Security1 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 1));
+    Security2 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 2));
+    const int trailer = mifare::AccessPattern(byte7, byte8, 3);
+    KeysUsed = mifare::TrailerKeysUsedOfPattern(trailer);
+    Conditions = mifare::TrailerLevelOfPattern(trailer);
+    BX = HexByteAt(digits, 18);
+    return Outcome::kSuccess;
+  });
 }
 
 sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
@@ -98,86 +80,78 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
                                                 SCSS_SecurityLevelEnum Conditions,
                                                 const std::optional<Variant>& BX) {
   static constexpr const char* kName = "MifareWriteSectorTrailer";
-  return mifare::RunOperation(
-      [&] {
-        Trace(std::string("--> ") + kName);
-        ClearLastError();
-        const auto refuse = [&](std::int32_t number, const char* description) {
-          SetLastError({number, description, 0, kName, "", ""});
-          return Outcome::kRecorded;
-        };
-        std::string keyA = KeyA;
-        std::string keyB = KeyB;
-        const mifare::WipedOnExit wipeKeyA(keyA);
-        const mifare::WipedOnExit wipeKeyB(keyB);
-        if (!IsHexString(keyA, kKeyDigits) || !IsHexString(keyB, kKeyDigits)) {
-          return refuse(err::kKeyNot12Hex, "A key must contain 12 hex digits");
-        }
-        const std::array<std::int32_t, 4> levels{Security0, Security1, Security2, Conditions};
-        if (std::any_of(levels.begin(), levels.end(),
-                        [](std::int32_t level) { return level < -1 || level > 15; })) {
-          return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
-        }
-        std::optional<std::uint8_t> bx;
-        if (BX.has_value()) {
-          bx = BX->ToByte();
-          if (!bx.has_value()) return refuse(err::kIncorrectBX, "Incorrect value for BX");
-        }
-        const std::int32_t trailerBloc = mifare::SectorTrailerBloc(SectorNumber);
-        std::string key = NormaliseMifareKey(Key);
-        const mifare::WipedOnExit wipeKey(key);
-        // The new keys travel as block data, which the trace does not mask by itself.
-        RememberSecret(keyA);
-        RememberSecret(keyB);
+  return MifareOperation(kName, [&] {
+    const auto refuse = [&](std::int32_t number, const char* description) {
+      SetLastError({number, description, 0, kName, "", ""});
+      return Outcome::kRecorded;
+    };
+    std::string keyA = KeyA;
+    std::string keyB = KeyB;
+    const mifare::WipedOnExit wipeKeyA(keyA);
+    const mifare::WipedOnExit wipeKeyB(keyB);
+    if (!IsHexString(keyA, kKeyDigits) || !IsHexString(keyB, kKeyDigits)) {
+      return refuse(err::kKeyNot12Hex, "A key must contain 12 hex digits");
+    }
+    const std::array<std::int32_t, 4> levels{Security0, Security1, Security2, Conditions};
+    if (std::any_of(levels.begin(), levels.end(),
+                    [](std::int32_t level) { return level < -1 || level > 15; })) {
+      return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
+    }
+    std::optional<std::uint8_t> bx;
+    if (BX.has_value()) {
+      bx = BX->ToByte();
+      if (!bx.has_value()) return refuse(err::kIncorrectBX, "Incorrect value for BX");
+    }
+    const std::int32_t trailerBloc = mifare::SectorTrailerBloc(SectorNumber);
+    std::string key = NormaliseMifareKey(Key);
+    const mifare::WipedOnExit wipeKey(key);
+    // The new keys travel as block data, which the trace does not mask by itself.
+    RememberSecret(keyA);
+    RememberSecret(keyB);
 
-        std::uint8_t currentKeysUsed = 0;
-        auto current0 = scbs_A_Nothing;
-        auto current1 = scbs_A_Nothing;
-        auto current2 = scbs_A_Nothing;
-        auto currentConditions = scss_A_Nothing;
-        std::uint8_t currentBx = 0;
-        if (MifareReadSectorTrailer(SectorNumber, key, KeyType, currentKeysUsed, current0, current1,
-                                    current2, currentConditions, currentBx) == sceError) {
-          return Outcome::kFailed;
-        }
-        const auto keep = [](std::int32_t given, std::int32_t current) {
-          return given == -1 ? current : given;
-        };
-        // Every bit of the three access bytes is placed below (four blocks, each with its own
-        // bits in every byte), so nothing of the bytes as read survives the conversion.
-        mifare::AccessBytes access{};
-        const std::int32_t firstBloc = trailerBloc - 3;
-        const auto isValueBloc = [&](std::int32_t bloc) {
-          return std::find(valueBlocs_.begin(), valueBlocs_.end(), bloc) != valueBlocs_.end();
-        };
-        const std::array<int, 4> statuses{
-            mifare::DataBlockLevelToBits(keep(Security0, current0), KeysToUse, mifare::kBlock0Mask,
-                                         access, isValueBloc(firstBloc), accessConditions_),
-            mifare::DataBlockLevelToBits(keep(Security1, current1), KeysToUse, mifare::kBlock1Mask,
-                                         access, isValueBloc(firstBloc + 1), accessConditions_),
-            mifare::DataBlockLevelToBits(keep(Security2, current2), KeysToUse, mifare::kBlock2Mask,
-                                         access, isValueBloc(firstBloc + 2), accessConditions_),
-            mifare::TrailerLevelToBits(keep(Conditions, currentConditions), KeysToUse,
-                                       mifare::kTrailerMask, access)};
-        if (std::any_of(statuses.begin(), statuses.end(),
-                        [](int status) { return status != mifare::kConverted; })) {
-          return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
-        }
-        std::string block = keyA;
-        const mifare::WipedOnExit wipeBlock(block);
-        for (const std::uint8_t byte : access) block += mifare::HexByte(byte);
-        block += mifare::HexByte(bx.value_or(currentBx));
-        block += keyB;
-        if (MifareWriteDataBloc(trailerBloc, key, KeyType, block) == sceError) {
-          return Outcome::kFailed;
-        }
-        return Outcome::kSuccess;
-      },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kSuccess) ClearLastError(kName);
-        if (outcome == Outcome::kFailed) FinishLastError(kName);
-        Trace(std::string("<-- ") + kName);
-      });
+    std::uint8_t currentKeysUsed = 0;
+    auto current0 = scbs_A_Nothing;
+    auto current1 = scbs_A_Nothing;
+    auto current2 = scbs_A_Nothing;
+    auto currentConditions = scss_A_Nothing;
+    std::uint8_t currentBx = 0;
+    if (MifareReadSectorTrailer(SectorNumber, key, KeyType, currentKeysUsed, current0, current1,
+                                current2, currentConditions, currentBx) == sceError) {
+      return Outcome::kFailed;
+    }
+    const auto keep = [](std::int32_t given, std::int32_t current) {
+      return given == -1 ? current : given;
+    };
+    // Every bit of the three access bytes is placed below (four blocks, each with its own
+    // bits in every byte), so nothing of the bytes as read survives the conversion.
+    mifare::AccessBytes access{};
+    const std::int32_t firstBloc = trailerBloc - 3;
+    const auto isValueBloc = [&](std::int32_t bloc) {
+      return std::find(valueBlocs_.begin(), valueBlocs_.end(), bloc) != valueBlocs_.end();
+    };
+    const std::array<int, 4> statuses{
+        mifare::DataBlockLevelToBits(keep(Security0, current0), KeysToUse, mifare::kBlock0Mask,
+                                     access, isValueBloc(firstBloc), accessConditions_),
+        mifare::DataBlockLevelToBits(keep(Security1, current1), KeysToUse, mifare::kBlock1Mask,
+                                     access, isValueBloc(firstBloc + 1), accessConditions_),
+        mifare::DataBlockLevelToBits(keep(Security2, current2), KeysToUse, mifare::kBlock2Mask,
+                                     access, isValueBloc(firstBloc + 2), accessConditions_),
+        mifare::TrailerLevelToBits(keep(Conditions, currentConditions), KeysToUse,
+                                   mifare::kTrailerMask, access)};
+    if (std::any_of(statuses.begin(), statuses.end(),
+                    [](int status) { return status != mifare::kConverted; })) {
+      return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
+    }
+    std::string block = keyA;
+    const mifare::WipedOnExit wipeBlock(block);
+    for (const std::uint8_t byte : access) block += mifare::HexByte(byte);
+    block += mifare::HexByte(bx.value_or(currentBx));
+    block += keyB;
+    if (MifareWriteDataBloc(trailerBloc, key, KeyType, block) == sceError) {
+      return Outcome::kFailed;
+    }
+    return Outcome::kSuccess;
+  });
 }
 
 void Encoder::MifareSetAccessCondition(std::int32_t AccessConditionNumber,

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "component/encoder.h"
 #include "component/types.h"
 #include "crypto/secure_memory.h"
 
@@ -45,3 +46,25 @@ class WipedOnExit {
 };
 
 }  // namespace lumivex::mifare
+
+namespace lumivex {
+
+// A public MIFARE operation: "--> name", the record cleared, the body, then the record named
+// after the operation (reset on success, marked as the failing one when an inner routine failed)
+// and "<-- name".
+template <typename Body>
+sceReturnCode Encoder::MifareOperation(const char* Name, Body&& body) {
+  return mifare::RunOperation(
+      [&] {
+        Trace(std::string("--> ") + Name);
+        ClearLastError();
+        return body();
+      },
+      [&](mifare::Outcome outcome) {
+        if (outcome == mifare::Outcome::kSuccess) ClearLastError(Name);
+        if (outcome == mifare::Outcome::kFailed) FinishLastError(Name);
+        Trace(std::string("<-- ") + Name);
+      });
+}
+
+}  // namespace lumivex

@@ -161,7 +161,8 @@ class Parser {
           if (end < part.size()) return Fail("empty byte in a hex list");
         } else {
           const auto byte = HexNumber(token, 2);
-          if (!byte) return Fail("\"" + std::string(token) + "\" is not a byte in a hex list");
+          if (!byte)
+            return Fail(std::string("\"").append(token).append("\" is not a byte in a hex list"));
           out.push_back(static_cast<std::uint8_t>(*byte));
         }
         start = end + 1;

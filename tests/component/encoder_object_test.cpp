@@ -122,6 +122,20 @@ struct NearlyOneHost : test::VirtualHost {
   double Random() override { return 0.9999999999; }
 };
 
+TEST(Trace, NumberGettersTraceTheirNameAndValue) {
+  test::ScriptedEncoder bench;
+  bench.Open();
+  const std::string type = std::to_string(bench.encoder.CardType());
+  const std::string length = std::to_string(bench.encoder.SerialNumberLength());
+  bench.trace.clear();
+  bench.encoder.CardType();
+  bench.encoder.SerialNumberLength();
+  EXPECT_EQ(bench.trace, (std::vector<std::string>{"--> Get CardType", "Card type is " + type,
+                                                   "<-- Get CardType", "--> Get SerialNumberLength",
+                                                   "Serial Number length is " + length,
+                                                   "<-- Get SerialNumberLength"}));
+}
+
 TEST(GetInformation, NamesTheComponentAndDrawsANumber) {
   test::ScriptedEncoder bench;
   for (int call = 0; call < 3; ++call) {

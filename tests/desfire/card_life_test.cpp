@@ -2,6 +2,7 @@
 // emptied again, with the failures a real card gives along the way.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -194,6 +195,55 @@ TEST_F(DesfireCardLife, ValuesAndTransactions) {
   ExpectFailure(encoder.DESFireAbortTransaction(), err::kNoChanges, "910C");
   ExpectFailure(encoder.DESFireGetValue(4, value), err::kFileNotFound, "91F0");
   EXPECT_EQ(value, 60);
+}
+
+// Every operation runs in the same frame: its entry and exit lines open and close its trace,
+// and a success leaves the record clear, naming the operation.
+TEST_F(DesfireCardLife, EachOperationIsFramedAndNamedOnSuccess) {
+  Personalise();
+  std::vector<std::string> trace;
+  encoder.SetTraceSink([&](std::string_view line) { trace.emplace_back(line); });
+  std::string text;
+  std::int32_t number = 0;
+  Encoder& e = encoder;
+  const std::vector<std::pair<std::string, std::function<sceReturnCode()>>> steps{
+      {"DESFireCreateStdDataFile", [&] { return e.DESFireCreateStdDataFile(1, 0, 0, 0, 0, 0, 8); }},
+      {"DESFireCreateBackupDataFile",
+       [&] { return e.DESFireCreateBackupDataFile(2, 0, 0, 0, 0, 0, 8); }},
+      {"DESFireCreateValueFile",
+       [&] { return e.DESFireCreateValueFile(3, 0, 0, 0, 0, 0, 0, 99, 50, true); }},
+      {"DESFireCreateLinearRecordFile",
+       [&] { return e.DESFireCreateLinearRecordFile(4, 0, 0, 0, 0, 0, 2, 2); }},
+      {"DESFireCreateCyclicRecordFile",
+       [&] { return e.DESFireCreateCyclicRecordFile(5, 0, 0, 0, 0, 0, 2, 3); }},
+      {"DESFireWriteData", [&] { return e.DESFireWriteData(1, 0, 0, "0102", true); }},
+      {"DESFireReadData", [&] { return e.DESFireReadData(1, 0, 2, text, true); }},
+      {"DESFireWriteRecord", [&] { return e.DESFireWriteRecord(4, 0, 0, "0102", true); }},
+      {"DESFireCommitTransaction", [&] { return e.DESFireCommitTransaction(); }},
+      {"DESFireReadRecords", [&] { return e.DESFireReadRecords(4, 0, 0, text, true); }},
+      {"DESFireCredit", [&] { return e.DESFireCredit(3, 1); }},
+      {"DESFireDebit", [&] { return e.DESFireDebit(3, 10); }},
+      {"DESFireCommitTransaction", [&] { return e.DESFireCommitTransaction(); }},
+      {"DESFireLimitedCredit", [&] { return e.DESFireLimitedCredit(3, 5); }},
+      {"DESFireAbortTransaction", [&] { return e.DESFireAbortTransaction(); }},
+      {"DESFireGetValue", [&] { return e.DESFireGetValue(3, number); }},
+      {"DESFireClearRecordFile", [&] { return e.DESFireClearRecordFile(4); }},
+      {"DESFireGetFileSettings", [&] { return e.DESFireGetFileSettings(1, text); }},
+      {"DESFireGetFileIDs", [&] { return e.DESFireGetFileIDs(text); }},
+      {"DESFireDeleteFile", [&] { return e.DESFireDeleteFile(5); }},
+      {"DESFireGetKeyVersion", [&] { return e.DESFireGetKeyVersion(0, number); }},
+      {"DESFireSelectRoot", [&] { return e.DESFireSelectRoot(kFactoryKey); }},
+      {"DESFireFormat", [&] { return e.DESFireFormat(); }},
+  };
+  for (const auto& [name, call] : steps) {
+    trace.clear();
+    ASSERT_EQ(call(), sceSuccess) << name << ": " << e.LastError().Description();
+    EXPECT_EQ(trace.front(), "--> " + name);
+    EXPECT_EQ(trace.back(), "<-- " + name);
+    EXPECT_EQ(e.LastError().Number(), 0) << name;
+    EXPECT_EQ(e.LastError().ComFunction(), name);
+  }
+  encoder.SetTraceSink({});
 }
 
 TEST_F(DesfireCardLife, TraceShowsNoKeyNorSessionKey) {

@@ -1,8 +1,11 @@
 // The MIFARE operations against a simulated 1K or 4K card behind the in-process reader.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "component/encoder.h"
 #include "component/error_codes.h"
@@ -108,6 +111,45 @@ TEST(MifareCard, ByteRangesAreReadModifiedAndWritten) {
     EXPECT_EQ(contents, refused ? original : c.expected);         // the whole block as it now is
     EXPECT_EQ(station.Read(4), refused ? original : c.expected);
   }
+}
+
+// Every operation opens and closes its own trace with its entry and exit lines, whatever the
+// operations it calls inside trace in between.
+TEST(MifareCard, EachOperationIsFramedInTheTrace) {
+  Station station;
+  Encoder& e = station.encoder;
+  std::vector<std::string> trace;
+  e.SetTraceSink([&](std::string_view line) { trace.emplace_back(line); });
+  std::string block = "000102030405060708090A0B0C0D0E0F";
+  std::string info;
+  std::int32_t serial = 0;
+  std::uint8_t byte = 0;
+  auto level = scbs_A_Nothing;
+  auto conditions = scss_A_Nothing;
+  const std::vector<std::pair<std::string, std::function<sceReturnCode()>>> steps{
+      {"MifareWriteDataBloc", [&] { return e.WriteDataBloc(4, kFactoryKey, 1, block); }},
+      {"MifareReadDataBloc", [&] { return e.ReadDataBloc(4, kFactoryKey, 1, block); }},
+      {"MifareWriteValueBloc", [&] { return e.WriteValueBloc(5, kFactoryKey, 1, 7); }},
+      {"MifareWriteBytesInBloc",
+       [&] { return e.WriteBytesInBloc(4, kFactoryKey, 1, 0, 0, block); }},
+      {"MifareReadManufacturerCode",
+       [&] { return e.ReadManufacturerCode(kFactoryKey, 1, serial, byte, info); }},
+      {"MifareReadSectorTrailer",
+       [&] {
+         return e.ReadSectorTrailer(1, kFactoryKey, 1, byte, level, level, level, conditions, byte);
+       }},
+      {"MifareWriteSectorTrailer",
+       [&] {
+         return station.WriteSector1(2, {scbs_A_Read + scbs_B_ReadWrite, 12, 12, 12});
+       }},
+  };
+  for (const auto& [name, call] : steps) {
+    trace.clear();
+    ASSERT_EQ(call(), sceSuccess) << name << ": " << e.LastError().Description();
+    EXPECT_EQ(trace.front(), "--> " + name);
+    EXPECT_EQ(trace.back(), "<-- " + name);
+  }
+  e.SetTraceSink({});
 }
 
 TEST(MifareCard, TrailersWrittenFromLevelsHoldTheirBitsAndReadBackAsLevels) {
