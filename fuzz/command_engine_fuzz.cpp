@@ -40,7 +40,7 @@ class FuzzedPcsc : public PcscApi {
  public:
   explicit FuzzedPcsc(FuzzedDataProvider& input) : input_(input) {}
 
-  std::size_t transmits() const { return transmits_; }
+  [[nodiscard]] std::size_t transmits() const { return transmits_; }
   // An endless chain lasts for the operation under way (the next one meets a sane card again,
   // which keeps the runs fast).
   void NextOperation() { endless_ = false; }

@@ -43,7 +43,7 @@ class Reader {
     if (!data.empty()) apdu.push_back(static_cast<std::uint8_t>(data.size()));
     apdu.insert(apdu.end(), data.begin(), data.end());
     apdu.push_back(0x00);
-    const Answer answer = Raw(apdu);
+    Answer answer = Raw(apdu);
     FUZZ_CHECK((answer.sw >> 8) == 0x91);
     return answer;
   }

@@ -29,10 +29,10 @@ class Reader {
   Bytes Send(const Bytes& apdu) {
     const Bytes r = card_->Transmit(apdu);
     FUZZ_CHECK(r.size() >= 2);
-    const unsigned sw = static_cast<unsigned>(r[r.size() - 2] << 8 | r.back());
+    const auto sw = static_cast<unsigned>(r[r.size() - 2] << 8 | r.back());
     FUZZ_CHECK(std::find(kStatusWords.begin(), kStatusWords.end(), sw) != kStatusWords.end());
     FUZZ_CHECK(sw == 0x9000 || r.size() == 2);
-    return Bytes(r.begin(), r.end() - 2);
+    return {r.begin(), r.end() - 2};
   }
 
   void Run(FuzzedDataProvider& input) {

@@ -1,6 +1,7 @@
 // The card list's store file as an operator may leave it: any bytes at all. Parsing either
 // gives a document or names the bad line; a document written back reads again to the same text.
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string again;
   const std::optional<lumivex::RegistryDocument> reread =
       lumivex::ParseRegistryText(written, again);
-  if (!reread) std::fprintf(stderr, "written text refused: %s\n", again.c_str());
+  if (!reread) (void)std::fprintf(stderr, "written text refused: %s\n", again.c_str());
   FUZZ_CHECK(reread.has_value());
   FUZZ_CHECK(lumivex::FormatRegistryText(*reread) == written);
   return 0;

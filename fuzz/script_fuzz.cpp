@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (card >= 2) pcsc->InsertCard(sim::MakeDesfire());
   // Now and then the card misbehaves: mute, garbage, endless 91AF, or gone after a few frames.
   if (fault >= 1 && fault <= 4) {
-    pcsc->reader().SetFault(static_cast<sim::Fault>(fault), static_cast<std::size_t>(fault * 3));
+    pcsc->reader().SetFault(static_cast<sim::Fault>(fault), static_cast<std::size_t>(fault) * 3);
   }
   Encoder encoder(Platform{pcsc, std::make_shared<test::VirtualHost>(), nullptr});
   encoder.Parameters(std::string("Device=") + sim::SimulatedPcsc::kDefaultReaderName);

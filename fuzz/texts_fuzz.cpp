@@ -51,7 +51,7 @@ void CheckHexHelpers(FuzzedDataProvider& input) {
   const bool spaced = input.ConsumeBool();
   const std::string range = BytesToHex(bytes, first, last, spaced);
   // The positions the range covers, counted from 1 and clamped to the bytes there are.
-  const std::int64_t size = static_cast<std::int64_t>(bytes.size());
+  const auto size = static_cast<std::int64_t>(bytes.size());
   const std::int64_t from = std::max<std::int64_t>(first, 1);
   const std::int64_t to = last == -1 ? size : std::min<std::int64_t>(last, size);
   const std::int64_t count = std::max<std::int64_t>(to - from + 1, 0);

@@ -68,8 +68,8 @@ class Bench {
 
   Encoder& encoder() { return encoder_; }
   const CError& error() { return encoder_.LastError(); }
-  std::size_t frames() const { return frames_; }
-  std::chrono::duration<double> elapsed() const { return elapsed_; }
+  [[nodiscard]] std::size_t frames() const { return frames_; }
+  [[nodiscard]] std::chrono::duration<double> elapsed() const { return elapsed_; }
 
  private:
   Card card_;
