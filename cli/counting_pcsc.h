@@ -12,7 +12,7 @@ namespace lumivex::cli {
 class CountingPcsc : public PcscApi {
  public:
   explicit CountingPcsc(std::shared_ptr<PcscApi> inner) : inner_(std::move(inner)) {}
-  std::size_t transmits() const { return transmits_; }
+  [[nodiscard]] std::size_t transmits() const { return transmits_; }
 
   PcscLong EstablishContext(PcscDword scope, PcscContext* context) override {
     return inner_->EstablishContext(scope, context);

@@ -36,8 +36,8 @@ class StepLog {
     return Record(what, ok, detail);
   }
   void Section(const std::string& title) { out_ << "\n" << title << "\n"; }
-  int steps() const { return steps_; }
-  int failures() const { return failures_; }
+  [[nodiscard]] int steps() const { return steps_; }
+  [[nodiscard]] int failures() const { return failures_; }
 
  private:
   std::string DescribeFailure(sceReturnCode code) {
@@ -291,7 +291,7 @@ int RunDemo(ToolContext& context, std::ostream& out) {
                           std::chrono::steady_clock::now() - start)
                           .count();
   char elapsed[32];
-  std::snprintf(elapsed, sizeof elapsed, "%.1f ms", static_cast<double>(micros) / 1000.0);
+  (void)std::snprintf(elapsed, sizeof elapsed, "%.1f ms", static_cast<double>(micros) / 1000.0);
   out << "\n"
       << (log.failures() == 0 ? "Demo passed: " : "Demo FAILED: ") << log.steps() << " steps, "
       << log.failures() << " failed, " << context.pcsc().transmits() << " commands sent, "

@@ -156,7 +156,7 @@ bool ParseOneInteger(std::string_view word, std::int64_t& value) {
   const auto* end = word.data() + word.size();
   auto [ptr, ec] = std::from_chars(word.data(), end, magnitude, base);
   if (ec != std::errc() || ptr != end || word.empty()) return false;
-  if (magnitude > 0xFFFFFFFFull) return false;
+  if (magnitude > 0xFFFFFFFFULL) return false;
   value = negative ? -static_cast<std::int64_t>(magnitude) : static_cast<std::int64_t>(magnitude);
   return true;
 }
@@ -269,7 +269,7 @@ bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot,
       return true;
     case ArgType::Variant:
       // A number becomes a 32-bit integer, anything else a text (which may not convert later).
-      if (ParseInteger(word, number) && number >= INT32_MIN && number <= 0xFFFFFFFFll) {
+      if (ParseInteger(word, number) && number >= INT32_MIN && number <= 0xFFFFFFFFLL) {
         slot.variant =
             Variant::FromInt32(static_cast<std::int32_t>(static_cast<std::uint32_t>(number)));
       } else {
@@ -292,7 +292,7 @@ bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot,
       return false;
     }
     case ArgType::Int32:
-      if (!ParseInteger(word, number) || number < INT32_MIN || number > 0xFFFFFFFFll) {
+      if (!ParseInteger(word, number) || number < INT32_MIN || number > 0xFFFFFFFFLL) {
         error = std::string(param.name) + " must be a 32-bit integer, not '" + word + "'";
         return false;
       }

@@ -38,7 +38,7 @@ std::string JsonString(std::string_view text) {
       default:
         if (static_cast<unsigned char>(c) < 0x20) {
           char buffer[8];
-          std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
+          (void)std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
           out += buffer;
         } else {
           out += c;  // UTF-8 passes through unchanged
@@ -100,7 +100,7 @@ std::string VariantJson(const Variant& value) {
 
 std::string NumberHex(std::int32_t number) {
   char buffer[12];
-  std::snprintf(buffer, sizeof buffer, "%08X", static_cast<unsigned>(number));
+  (void)std::snprintf(buffer, sizeof buffer, "%08X", static_cast<unsigned>(number));
   return buffer;
 }
 

@@ -107,7 +107,7 @@ bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out)
     }
     if (name == "LastError") {
       const CError& e = encoder.LastError();
-      out << (json ? "{\"member\": \"LastError\", \"value\": " + LastErrorJson(e) + "}\n"
+      out << (json ? R"({"member": "LastError", "value": )" + LastErrorJson(e) + "}\n"
                    : "Get LastError\n" + LastErrorText(e));
       return true;
     }

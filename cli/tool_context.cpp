@@ -1,5 +1,6 @@
 #include "cli/tool_context.h"
 
+#include <cmath>
 #include <iostream>
 
 #include "component/hex.h"
@@ -10,7 +11,7 @@
 
 namespace lumivex::cli {
 
-ToolContext::ToolContext(const GlobalOptions& options) : options_(options) {
+ToolContext::ToolContext(GlobalOptions options) : options_(std::move(options)) {
   Platform platform = DefaultPlatform();
   if (!options_.simulate.empty()) {
     simulator_ =
@@ -21,8 +22,7 @@ ToolContext::ToolContext(const GlobalOptions& options) : options_(options) {
   }
   platform.pcsc = pcsc_;
   encoder_ = std::make_unique<Encoder>(std::move(platform));
-  encoder_->SetOpenWait(std::chrono::milliseconds(
-      static_cast<std::int64_t>(options_.openWaitSeconds * 1000.0 + 0.5)));
+  encoder_->SetOpenWait(std::chrono::milliseconds(std::llround(options_.openWaitSeconds * 1000.0)));
   if (options_.trace) {
     encoder_->SetTraceSink([](std::string_view line) { std::cerr << line << '\n'; });
   }

@@ -28,11 +28,11 @@ struct GlobalOptions {
 
 class ToolContext {
  public:
-  explicit ToolContext(const GlobalOptions& options);
+  explicit ToolContext(GlobalOptions options);
 
-  const GlobalOptions& options() const { return options_; }
+  [[nodiscard]] const GlobalOptions& options() const { return options_; }
   // The simulator when --simulate was given, else null.
-  const std::shared_ptr<sim::SimulatedPcsc>& simulator() const { return simulator_; }
+  [[nodiscard]] const std::shared_ptr<sim::SimulatedPcsc>& simulator() const { return simulator_; }
   CountingPcsc& pcsc() { return *pcsc_; }
   Encoder& encoder() { return *encoder_; }
 

@@ -8,17 +8,17 @@ namespace lumivex {
 
 class CError {
  public:
-  std::int32_t Number() const { return number_; }
+  [[nodiscard]] std::int32_t Number() const { return number_; }
   void Number(std::int32_t value) { number_ = value; }
-  const std::string& Description() const { return description_; }
+  [[nodiscard]] const std::string& Description() const { return description_; }
   void Description(std::string value) { description_ = std::move(value); }
-  std::int32_t LastDllError() const { return lastDllError_; }
+  [[nodiscard]] std::int32_t LastDllError() const { return lastDllError_; }
   void LastDllError(std::int32_t value) { lastDllError_ = value; }
-  const std::string& ComFunction() const { return comFunction_; }
+  [[nodiscard]] const std::string& ComFunction() const { return comFunction_; }
   void ComFunction(std::string value) { comFunction_ = std::move(value); }
-  const std::string& RdrCommand() const { return rdrCommand_; }
+  [[nodiscard]] const std::string& RdrCommand() const { return rdrCommand_; }
   void RdrCommand(std::string value) { rdrCommand_ = std::move(value); }
-  const std::string& RdrRetCode() const { return rdrRetCode_; }
+  [[nodiscard]] const std::string& RdrRetCode() const { return rdrRetCode_; }
   void RdrRetCode(std::string value) { rdrRetCode_ = std::move(value); }
 
  private:

@@ -1,7 +1,8 @@
 // The Encoder: the one creatable class of the component. Its public members mirror the automation
 // interface _Encoder one to one (same names, same argument order, by-reference outputs as
 // references, sceReturnCode results), so the COM server and the command-line tool stay thin.
-// No exception leaves a public member: failures are recorded in LastError() and reported as sceError.
+// No exception leaves a public member: failures are recorded in LastError() and reported as
+// sceError.
 #pragma once
 
 #include <array>
@@ -30,8 +31,8 @@ struct Failure;
 }
 
 // Optional fields of SetLastError: a field left empty keeps the record's current value.
-// The {} initialisers let callers name only the fields they set ({.Number = ..., .RdrCommand = ...})
-// without -Wmissing-field-initializers.
+// The {} initialisers let callers name only the fields they set ({.Number = ..., .RdrCommand =
+// ...}) without -Wmissing-field-initializers.
 struct ErrorFields {
   std::optional<std::int32_t> Number{};
   std::optional<std::string> Description{};
@@ -165,8 +166,8 @@ class Encoder {
   sceReturnCode ReadManufacturerCode(const std::string& Key, std::uint8_t KeyType,
                                      std::int32_t& SerialNumber, std::uint8_t& CheckSum,
                                      std::string& ManufacturerInfo);
-  sceReturnCode WriteDataBloc(std::int32_t BlocNumber, const std::string& Key,
-                              std::uint8_t KeyType, std::string& BlocContents);
+  sceReturnCode WriteDataBloc(std::int32_t BlocNumber, const std::string& Key, std::uint8_t KeyType,
+                              std::string& BlocContents);
   sceReturnCode WriteBytesInBloc(std::int32_t BlocNumber, const std::string& Key,
                                  std::uint8_t KeyType, std::uint8_t FromByte, std::uint8_t ToByte,
                                  std::string& BlocContents);
@@ -207,10 +208,10 @@ class Encoder {
   sceReturnCode DESFireChangeKeySettings(DesfireKeySettings KeySettings);
   // ---- DESFire: files ----
   sceReturnCode DESFireGetFileIDs(std::string& FileIds);
-  sceReturnCode DESFireCreateStdDataFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
-                                         std::int32_t KeyRead, std::int32_t KeyWrite,
-                                         std::int32_t KeyReadWrite, std::int32_t KeyManage,
-                                         std::int32_t FileSize);
+  sceReturnCode DESFireCreateStdDataFile(std::int32_t FileNumber,
+                                         std::int32_t CommunicationSettings, std::int32_t KeyRead,
+                                         std::int32_t KeyWrite, std::int32_t KeyReadWrite,
+                                         std::int32_t KeyManage, std::int32_t FileSize);
   sceReturnCode DESFireCreateBackupDataFile(std::int32_t FileNumber,
                                             std::int32_t CommunicationSettings,
                                             std::int32_t KeyRead, std::int32_t KeyWrite,
@@ -284,8 +285,7 @@ class Encoder {
 
   // ---- Command engine (command_engine.cpp) ----
   sceReturnCode EncoderCommand(std::int32_t Command, const std::vector<std::string>& Params,
-                               std::string& Response, std::string& StatusWord,
-                               bool& AutoContinue);
+                               std::string& Response, std::string& StatusWord, bool& AutoContinue);
 
   // ---- MIFARE (component/mifare/) ----
   // Runs a public MIFARE operation in its frame (defined in mifare/operation_frame.h).
@@ -326,8 +326,10 @@ class Encoder {
   std::string DESFireEncipher(const std::vector<std::pair<std::string, std::string>>& rows);
   sceReturnCode DESFireGetFileCharacteristics(std::int32_t FileNo, std::int32_t& FileType,
                                               std::int32_t& CommunicationSettings);
-  bool DESFireIsAuthenticated() const { return desfireKeyNumber_ >= 0 && desfireKeyNumber_ <= 13; }
-  bool DESFireAtRoot() const { return desfireApplicationId_ == "000000"; }
+  [[nodiscard]] bool DESFireIsAuthenticated() const {
+    return desfireKeyNumber_ >= 0 && desfireKeyNumber_ <= 13;
+  }
+  [[nodiscard]] bool DESFireAtRoot() const { return desfireApplicationId_ == "000000"; }
   // The file exists and is of one of the allowed kinds; otherwise the failure is recorded.
   sceReturnCode DESFireCheckFileKind(std::int32_t FileNo,
                                      const std::vector<std::int32_t>& AllowedTypes,

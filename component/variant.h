@@ -12,7 +12,21 @@ namespace lumivex {
 
 class Variant {
  public:
-  enum class Kind { Empty, Null, Byte, Int16, Int32, Bool, Single, Double, Currency, Date, Text, Bytes, Error };
+  enum class Kind {
+    Empty,
+    Null,
+    Byte,
+    Int16,
+    Int32,
+    Bool,
+    Single,
+    Double,
+    Currency,
+    Date,
+    Text,
+    Bytes,
+    Error
+  };
 
   struct NullTag {
     bool operator==(const NullTag&) const = default;
@@ -46,29 +60,31 @@ class Variant {
   static Variant FromBytes(std::vector<std::uint8_t> v) { return Variant(std::move(v)); }
   static Variant FromError(std::int32_t code) { return Variant(ErrorValue{code}); }
 
-  Kind kind() const { return static_cast<Kind>(value_.index()); }
-  bool IsEmpty() const { return kind() == Kind::Empty; }
+  [[nodiscard]] Kind kind() const { return static_cast<Kind>(value_.index()); }
+  [[nodiscard]] bool IsEmpty() const { return kind() == Kind::Empty; }
 
   // Typed access; each returns nullptr when the variant holds another kind.
-  const std::uint8_t* AsByte() const { return std::get_if<std::uint8_t>(&value_); }
-  const std::int16_t* AsInt16() const { return std::get_if<std::int16_t>(&value_); }
-  const std::int32_t* AsInt32() const { return std::get_if<std::int32_t>(&value_); }
-  const bool* AsBool() const { return std::get_if<bool>(&value_); }
-  const float* AsSingle() const { return std::get_if<float>(&value_); }
-  const double* AsDouble() const { return std::get_if<double>(&value_); }
-  const CurrencyValue* AsCurrency() const { return std::get_if<CurrencyValue>(&value_); }
-  const DateValue* AsDate() const { return std::get_if<DateValue>(&value_); }
-  const std::string* AsText() const { return std::get_if<std::string>(&value_); }
-  const std::vector<std::uint8_t>* AsBytes() const {
+  [[nodiscard]] const std::uint8_t* AsByte() const { return std::get_if<std::uint8_t>(&value_); }
+  [[nodiscard]] const std::int16_t* AsInt16() const { return std::get_if<std::int16_t>(&value_); }
+  [[nodiscard]] const std::int32_t* AsInt32() const { return std::get_if<std::int32_t>(&value_); }
+  [[nodiscard]] const bool* AsBool() const { return std::get_if<bool>(&value_); }
+  [[nodiscard]] const float* AsSingle() const { return std::get_if<float>(&value_); }
+  [[nodiscard]] const double* AsDouble() const { return std::get_if<double>(&value_); }
+  [[nodiscard]] const CurrencyValue* AsCurrency() const {
+    return std::get_if<CurrencyValue>(&value_);
+  }
+  [[nodiscard]] const DateValue* AsDate() const { return std::get_if<DateValue>(&value_); }
+  [[nodiscard]] const std::string* AsText() const { return std::get_if<std::string>(&value_); }
+  [[nodiscard]] const std::vector<std::uint8_t>* AsBytes() const {
     return std::get_if<std::vector<std::uint8_t>>(&value_);
   }
 
   // The automation conversion to an unsigned byte: numbers 0..255 (fractions rounded half to
   // even), booleans (true is -1 and so does not fit), texts holding such a number. nullopt when
   // the value does not convert.
-  std::optional<std::uint8_t> ToByte() const;
+  [[nodiscard]] std::optional<std::uint8_t> ToByte() const;
   // The automation conversion to a 32-bit integer, with the same rules.
-  std::optional<std::int32_t> ToInt32() const;
+  [[nodiscard]] std::optional<std::int32_t> ToInt32() const;
 
   bool operator==(const Variant&) const = default;
 

@@ -30,7 +30,7 @@ class DesError : public std::runtime_error {
  public:
   DesError(std::int32_t number, const char* description)
       : std::runtime_error(description), number_(number) {}
-  std::int32_t number() const { return number_; }
+  [[nodiscard]] std::int32_t number() const { return number_; }
 
  private:
   std::int32_t number_;

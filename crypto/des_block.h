@@ -17,8 +17,8 @@ class DesKeySchedule {
   DesKeySchedule& operator=(const DesKeySchedule&) = default;
 
   void Set(std::uint64_t key);  // parity bits ignored
-  std::uint64_t Encrypt(std::uint64_t block) const;
-  std::uint64_t Decrypt(std::uint64_t block) const;
+  [[nodiscard]] std::uint64_t Encrypt(std::uint64_t block) const;
+  [[nodiscard]] std::uint64_t Decrypt(std::uint64_t block) const;
 
  private:
   std::array<std::uint64_t, 16> rounds_{};

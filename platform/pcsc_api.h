@@ -22,9 +22,13 @@ using PcscDword = unsigned long;
 using PcscLong = long;  // the result of every call
 
 // The 32-bit value of a result, whatever the width of LONG on this platform.
-constexpr std::uint32_t ScardCode(PcscLong result) { return static_cast<std::uint32_t>(result); }
+constexpr std::uint32_t ScardCode(PcscLong result) {
+  return static_cast<std::uint32_t>(result);
+}
 // A result as the signed 32-bit number the last-error record and the texts use.
-constexpr std::int32_t ScardNumber(PcscLong result) { return static_cast<std::int32_t>(ScardCode(result)); }
+constexpr std::int32_t ScardNumber(PcscLong result) {
+  return static_cast<std::int32_t>(ScardCode(result));
+}
 // A 32-bit PC/SC code as this platform's LONG result (negative where LONG is 32 bits wide).
 constexpr PcscLong ScardResult(std::uint32_t code) {
   return sizeof(PcscLong) == 4 ? static_cast<PcscLong>(static_cast<std::int32_t>(code))
@@ -53,7 +57,8 @@ constexpr std::uint32_t E_SERVICE_STOPPED = 0x8010001E;
 constexpr std::uint32_t E_NO_READERS_AVAILABLE = 0x8010002E;
 constexpr std::uint32_t W_UNRESPONSIVE_CARD = 0x80100066;
 constexpr std::uint32_t W_REMOVED_CARD = 0x80100069;
-// pcsc-lite and winscard differ here: winscard 0x80100022, pcsc-lite 0x8010001F (SCARD_E_UNEXPECTED).
+// pcsc-lite and winscard differ here: winscard 0x80100022, pcsc-lite 0x8010001F
+// (SCARD_E_UNEXPECTED).
 #if defined(_WIN32)
 constexpr std::uint32_t E_UNSUPPORTED_FEATURE = 0x80100022;
 #else
@@ -96,7 +101,7 @@ class PcscCallError : public std::runtime_error {
  public:
   PcscCallError(std::int32_t number, const std::string& description)
       : std::runtime_error(description), number_(number) {}
-  std::int32_t number() const { return number_; }
+  [[nodiscard]] std::int32_t number() const { return number_; }
 
  private:
   std::int32_t number_;

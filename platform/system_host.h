@@ -16,7 +16,8 @@ class SystemHost : public Host {
   double Random() override;
 
  private:
-  std::mt19937_64 generator_{0};
+  // Seeded again by Randomize(), which the Encoder calls from the clock.
+  std::mt19937_64 generator_{std::random_device{}()};
   std::uniform_real_distribution<double> uniform_{0.0, 1.0};
 };
 

@@ -34,12 +34,12 @@ class SimulatedReader {
 
   void InsertCard(std::shared_ptr<SimCard> card);
   void RemoveCard();
-  bool HasCard() const { return card_ != nullptr; }
-  const std::shared_ptr<SimCard>& card() const { return card_; }
+  [[nodiscard]] bool HasCard() const { return card_ != nullptr; }
+  [[nodiscard]] const std::shared_ptr<SimCard>& card() const { return card_; }
 
   void SetFault(Fault fault, std::size_t faultFrames = 0);
   // Frames exchanged with the card since construction.
-  std::size_t frameCount() const { return frames_; }
+  [[nodiscard]] std::size_t frameCount() const { return frames_; }
 
   Exchange Transmit(std::span<const std::uint8_t> command);
   void PowerCycle();

@@ -32,7 +32,7 @@ class Socket {
   ~Socket() {
     if (fd_ >= 0) ::close(fd_);
   }
-  int fd() const { return fd_; }
+  [[nodiscard]] int fd() const { return fd_; }
 
  private:
   int fd_ = -1;
