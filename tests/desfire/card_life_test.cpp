@@ -2,6 +2,8 @@
 // emptied again, with the failures a real card gives along the way.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include <memory>
 #include <string>
 #include <string_view>
@@ -171,6 +173,31 @@ TEST_F(DesfireCardLife, ValuesAndTransactions) {
   std::int32_t value = 60;
   Fails(e.DESFireGetValue(4, value), err::kFileNotFound, "91F0");
   EXPECT_EQ(value, 60);  // an output is left alone on failure
+}
+
+// Every operation runs in one shared frame: its own trace lines around it and, on success, a
+// cleared record that names it. One operation of each family is enough to see the frame.
+TEST_F(DesfireCardLife, EachOperationIsFramedAndNamedOnSuccess) {
+  std::vector<std::string> trace;
+  e.SetTraceSink([&](std::string_view line) { trace.emplace_back(line); });
+  const std::pair<std::string, std::function<sceReturnCode()>> steps[] = {
+      {"DESFireCreateValueFile",
+       [&] { return e.DESFireCreateValueFile(3, 0, 0, 0, 0, 0, 0, 99, 50, true); }},
+      {"DESFireCredit", [&] { return e.DESFireCredit(3, 1); }},
+      {"DESFireCommitTransaction", [&] { return e.DESFireCommitTransaction(); }},
+      {"DESFireFormat",
+       [&] {
+         return e.DESFireSelectRoot(kFactoryKey) == sceSuccess ? e.DESFireFormat() : sceError;
+       }},
+  };
+  for (const auto& [name, call] : steps) {
+    ASSERT_EQ(call(), sceSuccess) << name << ": " << e.LastError().Description();
+    EXPECT_EQ(trace.back(), "<-- " + name);
+    EXPECT_EQ(e.LastError().Number(), 0) << name;
+    EXPECT_EQ(e.LastError().ComFunction(), name);
+    trace.clear();
+  }
+  e.SetTraceSink({});
 }
 
 TEST_F(DesfireCardLife, TraceShowsNoKeyNorSessionKey) {
