@@ -19,12 +19,8 @@ static_assert(kDesBadKeyIndex == err::kBadKeyIndex &&
 
 TEST(DesErrors, ChecksComeInTheirOrder) {
   constexpr std::int32_t kNone = 0;
-  const struct {
-    const char* data;
-    std::int32_t mode;
-    std::int32_t encryptError, decryptError;
-  } cases[] = {
-      {"0011223344556677", 2, kDesInvalidAlgorithm, kDesInvalidAlgorithm},
+  const std::tuple<const char*, std::int32_t, std::int32_t, std::int32_t> cases[] = {
+      // data, mode, error of the encipher, error of the decipher
       {"", 0x02, kDesInvalidAlgorithm, kDesInvalidAlgorithm},
       {"0G", 0x3300, kDesInvalidHexString, kDesInvalidHexString},
       {"00 11 22 33 44 55 66 77", desECB, kDesInvalidHexString, kDesInvalidHexString},
@@ -42,10 +38,10 @@ TEST(DesErrors, ChecksComeInTheirOrder) {
       {"00112233 4455", desLegacyChain, kDesInvalidHexString, kDesInvalidHexString},
   };
   DES des;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.data) + " mode " + std::to_string(c.mode));
-    EXPECT_EQ(ErrorOf([&] { des.Encrypt(c.data, c.mode); }), c.encryptError);
-    EXPECT_EQ(ErrorOf([&] { des.Decrypt(c.data, c.mode); }), c.decryptError);
+  for (const auto& [data, mode, encryptError, decryptError] : cases) {
+    SCOPED_TRACE(std::string(data) + " mode " + std::to_string(mode));
+    EXPECT_EQ(ErrorOf([&] { des.Encrypt(data, mode); }), encryptError);
+    EXPECT_EQ(ErrorOf([&] { des.Decrypt(data, mode); }), decryptError);
   }
   EXPECT_EQ(des.Encrypt("", 0x3300), "");
 }

@@ -10,10 +10,21 @@ namespace {
 
 const std::string kData = "00112233445566778899AABBCCDDEEFF";
 
-TEST(MifareFrames, KeyTypeNeverChangesAFrameAndTheBlockByteKeepsItsLowByte) {
+class MifareFrames : public testing::Test {
+ protected:
+  void SetUp() override { bench.Open(); }
+  // The failed operation's error; every scripted frame has been sent.
+  void ExpectFailure(std::int32_t number, const std::string& function, const std::string& sw) {
+    const CError& e = bench.encoder.LastError();
+    EXPECT_EQ(std::make_tuple(e.Number(), e.ComFunction(), e.RdrRetCode()),
+              std::tie(number, function, sw));
+    EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
+  }
+  test::ScriptedEncoder bench;
+};
+
+TEST_F(MifareFrames, KeyTypeNeverChangesAFrameAndTheBlockByteKeepsItsLowByte) {
   for (const std::uint8_t keyType : {0, 1, 2, 200}) {
-    test::ScriptedEncoder bench;
-    bench.Open();
     bench.pcsc->Expect("FF F3 00 00 06 A0A1A2A3A4A5 10", kData + "9000");
     bench.pcsc->Expect("FF F4 00 FF 16" + kData + "A0A1A2A3A4A5", "9000");
     std::string contents;
@@ -22,47 +33,34 @@ TEST(MifareFrames, KeyTypeNeverChangesAFrameAndTheBlockByteKeepsItsLowByte) {
     EXPECT_EQ(contents, kData);
     EXPECT_EQ(bench.encoder.MifareWriteDataBloc(-1, "A0A1A2A3A4A5", keyType, contents), sceSuccess);
     EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
-    for (const auto& line : bench.trace)
-      EXPECT_EQ(line.find("A0A1A2A3A4A5"), std::string::npos) << line;
   }
+  for (const auto& line : bench.trace) EXPECT_EQ(line.find("A0A1A2A3A4A5"), std::string::npos);
 }
 
-TEST(MifareFrames, AuthenticationLoadsTheKeyThenNamesTheBlockInDecimal) {
-  test::ScriptedEncoder bench;
-  bench.Open();
+TEST_F(MifareFrames, AuthenticationLoadsTheKeyThenNamesTheBlockInDecimal) {
   bench.pcsc->Expect("FF 82 00 00 06 FFFFFFFFFFFF", "9000");
   bench.pcsc->Expect("FF 86 00 00 05 01 00 12 00 00", "9000");
   bench.pcsc->Expect("FF 82 00 10 06 FFFFFFFFFFFF", "6300");
   EXPECT_EQ(EncoderTestPeer::MifareAuthenticate(bench.encoder, 1, 12, "FFFFFFFFFFFF"), sceSuccess);
   EXPECT_EQ(EncoderTestPeer::MifareAuthenticate(bench.encoder, 2, 12, "FFFFFFFFFFFF"), sceError);
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "MifareAuthenticate");
+  ExpectFailure(err::kCommandFailed, "MifareAuthenticate", "6300");
   EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "EncoderCommand:SCardTransmit:LoadKey");
-  EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
 }
 
-TEST(MifareFrames, KeysThatDoNotConvertTravelAsGivenAndTheReaderJudges) {
-  test::ScriptedEncoder bench;
-  bench.Open();
+// A key that does not convert travels as given and the reader judges it; an accepted read without
+// a whole block is a read error.
+TEST_F(MifareFrames, UnconvertedKeysAndShortReads) {
   EXPECT_EQ(EncoderTestPeer::NormaliseMifareKey(bench.encoder, "GG 12"), "GG 12");
-  EXPECT_EQ(EncoderTestPeer::NormaliseMifareKey(bench.encoder, "abc"), "0ABC");
   bench.pcsc->Expect("FF F3 00 04 06 0ABC 10", "6700");
   std::string contents = "was";
   EXPECT_EQ(bench.encoder.MifareReadDataBloc(4, "abc", 1, contents), sceError);
-  EXPECT_EQ(bench.encoder.LastError().Number(), err::kCommandFailed);
-  EXPECT_EQ(bench.encoder.LastError().RdrRetCode(), "6700");
+  ExpectFailure(err::kCommandFailed, "MifareReadDataBloc", "6700");
   EXPECT_EQ(contents, "");
-}
-
-TEST(MifareFrames, AnAcceptedReadWithoutAWholeBlockIsAReadError) {
-  test::ScriptedEncoder bench;
-  bench.Open();
   bench.pcsc->Expect("FF F3 00 04 06 FFFFFFFFFFFF 10", "0102 9000");
-  std::string contents = "77";
+  contents = "77";
   EXPECT_EQ(bench.encoder.MifareWriteBytesInBloc(4, "FFFFFFFFFFFF", 1, 0, 0, contents), sceError);
+  ExpectFailure(err::kReadError, "MifareWriteBytesInBloc", "");
   EXPECT_EQ(contents, "");
-  EXPECT_EQ(bench.encoder.LastError().Number(), err::kReadError);
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "MifareWriteBytesInBloc");
-  EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
 }
 
 }  // namespace
