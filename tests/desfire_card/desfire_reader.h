@@ -70,36 +70,32 @@ inline Bytes Pad8(Bytes data) {
   return data;
 }
 
-// What a reader sends: each block XORed with the previous output, then deciphered.
+// One CBC loop with an all-zero IV for the three ways a reader chains blocks. Sending: each block
+// XORed with the previous output, then deciphered. Receiving: deciphered, then XORed with the
+// previous ciphertext. MAC: XORed with the previous output, then enciphered.
+inline Bytes Cbc(const Bytes& key, const Bytes& data, bool receive, bool encipher = false) {
+  Bytes in = Pad8(data), out, previous(8, 0);
+  for (std::size_t at = 0; at < in.size(); at += 8) {
+    Bytes block = Part(in, at, 8);
+    if (!receive)
+      for (int i = 0; i < 8; ++i) block[i] ^= previous[i];
+    Bytes result = Block(key, block.data(), encipher);
+    if (receive)
+      for (int i = 0; i < 8; ++i) result[i] ^= previous[i];
+    previous = receive ? block : result;
+    out = Cat(out, result);
+  }
+  return out;
+}
 inline Bytes SendMode(const Bytes& key, const Bytes& plain) {
-  Bytes in = Pad8(plain), out, previous(8, 0);
-  for (std::size_t at = 0; at < in.size(); at += 8) {
-    for (int i = 0; i < 8; ++i) in[at + i] ^= previous[i];
-    previous = Block(key, &in[at], false);
-    out = Cat(out, previous);
-  }
-  return out;
+  return Cbc(key, plain, false);
 }
-
-// What a reader does with the card's ciphertext: CBC decipher with an all-zero IV.
 inline Bytes CbcDecipher(const Bytes& key, const Bytes& cipher) {
-  Bytes out, previous(8, 0);
-  for (std::size_t at = 0; at + 8 <= cipher.size(); at += 8) {
-    Bytes plain = Block(key, &cipher[at], false);
-    for (int i = 0; i < 8; ++i) plain[i] ^= previous[i];
-    previous.assign(cipher.begin() + at, cipher.begin() + at + 8);
-    out = Cat(out, plain);
-  }
-  return out;
+  return Cbc(key, cipher, true);
 }
-
 inline Bytes Mac(const Bytes& key, const Bytes& data) {
-  Bytes in = Pad8(data), chain(8, 0);
-  for (std::size_t at = 0; at < in.size(); at += 8) {
-    for (int i = 0; i < 8; ++i) chain[i] ^= in[at + i];
-    chain = Block(key, chain.data(), true);
-  }
-  return Bytes(chain.begin(), chain.begin() + 4);
+  const Bytes chain = Cbc(key, data, false, true);
+  return Part(chain, chain.size() - 8, 4);
 }
 
 struct Answer {

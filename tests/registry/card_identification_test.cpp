@@ -1,7 +1,6 @@
 #include "component/card_identification.h"
 
 #include "component/mregistry.h"
-#include "platform/posix/registry_file_store.h"
 #include "tests/registry/temp_registry.h"
 #include "tests/support/virtual_host.h"
 
@@ -59,9 +58,14 @@ TEST_F(CardIdentificationTest, TheFirstMatchingEntryGivesTypeAndSerialLength) {
   EXPECT_EQ(cleared.serialNumberLength, -1);
 }
 
-TEST_F(CardIdentificationTest, UnknownCardsAreAddedOnceWhenTheListAsksForIt) {
-  List({{"Add new cards", Variant::FromInt32(1)}, {"Mifare 1K", Variant::FromText("11;3B 8F;04")}});
-  Identify("3B 81 80 01 80 80");
+TEST_F(CardIdentificationTest, UnknownCardsAreAddedOnceAndOnlyWhenTheListAsksForIt) {
+  for (const Variant& add :
+       {Variant::FromInt32(0), Variant::FromText("no"), Variant::FromInt32(1)}) {
+    List({{"Add new cards", add}, {"Mifare 1K", Variant::FromText("11;3B 8F;04")}});
+    EXPECT_EQ(Identify("3B 81 80 01 80 80").cardType, 1);
+    EXPECT_EQ(Identify(kMifare1K).cardType, 17);  // known cards are never added
+    EXPECT_EQ(Names().size(), add.ToInt32() == 1 ? 3u : 2u) << static_cast<int>(add.kind());
+  }
   host_.SetLocalNow({2026, 11, 21, 9, 45, 7});
   Identify("3B 81 80 01 80 80");  // already listed: not added again
   Identify("3B 8A 80 01 00 31 C1 73 C8 40 00 00 90 00 90");
@@ -70,19 +74,7 @@ TEST_F(CardIdentificationTest, UnknownCardsAreAddedOnceWhenTheListAsksForIt) {
                                       "Unknown (2026-11-21 09:45:07)"}));
   EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, kCards, "Unknown (2026-11-21 09:30:00)", {}),
             Variant::FromText("3B 81 80 01 80 80"));
-  EXPECT_EQ(Identify(kMifare1K).cardType, 17);  // known cards are never added
-  EXPECT_EQ(Names().size(), 4u);
-}
-
-TEST_F(CardIdentificationTest, NothingIsWrittenWithoutTheSettingOrWithoutAList) {
-  for (const Variant& setting : {Variant::FromInt32(0), Variant::FromText("no")}) {
-    List({{"Add new cards", setting}});
-    EXPECT_EQ(Identify("3B 81 80 01 80 80").cardType, 1);
-    EXPECT_EQ(Names().size(), 1u);
-  }
-  const CardIdentification without = IdentifyCard(kMifare1K, 5, nullptr, host_);
-  EXPECT_EQ(without.cardType, 1);
-  EXPECT_EQ(without.serialNumberLength, 5);
+  EXPECT_EQ(IdentifyCard(kMifare1K, 5, nullptr, host_).serialNumberLength, 5);  // no list at all
   const std::string malformed = "Windows Registry Editor Version 5.00\n[HKEY_LOCAL_MACHINE\\Soft";
   WriteFileText(malformed);
   EXPECT_EQ(Identify(kMifare1K).cardType, 1);  // silent: unknown card, file left alone

@@ -6,30 +6,20 @@
 namespace lumivex::test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 constexpr const char* kKey = "Software\\Lumivex Test";
 
 class MRegistryTest : public TempRegistry {
  protected:
   std::pair<RegDword, Bytes> Stored(RegKey root, const std::string& name) {
     RegKey key = 0;
-    RegDword type = 0;
     RegDword size = 0;
     if (store_->OpenKey(root, kKey, reg::KEY_READ_ACCESS, &key) != reg::SUCCESS ||
-        store_->QueryValue(key, name, &type, nullptr, &size) != reg::SUCCESS)
+        store_->QueryValue(key, name, nullptr, nullptr, &size) != reg::SUCCESS)
       return {0, {}};
-    Bytes data(size);
-    store_->QueryValue(key, name, &type, data.data(), &size);
-    store_->CloseKey(key);
-    return {type, data};
+    return Get(*store_, key, name);
   }
   void Store(const std::string& name, RegDword type, const std::string& data) {
-    RegKey key = 0;
-    ASSERT_EQ(store_->CreateKey(reg::LOCAL_MACHINE, kKey, 0, 0, &key, nullptr), reg::SUCCESS);
-    ASSERT_EQ(store_->SetValue(key, name, type, reinterpret_cast<const std::uint8_t*>(data.data()),
-                               static_cast<RegDword>(data.size())),
-              reg::SUCCESS);
-    store_->CloseKey(key);
+    ASSERT_EQ(Set(*store_, Create(*store_, reg::LOCAL_MACHINE, kKey), name, type, Text(data)), 0);
   }
 
   std::unique_ptr<RegistryFileStore> store_ = std::make_unique<RegistryFileStore>();
