@@ -34,20 +34,15 @@ struct Operation {
 inline constexpr const char* kMifareKey = "FF FF FF FF FF FF";
 inline constexpr const char* kDesfireKey = "00000000000000000000000000000000";
 
-// An application 112233 holding a 100-byte data file 1 (written), a value file 2 and a linear
-// record file 3 with one record, all plain; the application is selected with its key 0.
+// An application 112233 holding a 100-byte plain data file 1 (written), selected
+// with the application's key 0.
 inline void PrepareDesfireApplication(Encoder& e) {
   std::string data(200, 'A');
-  const bool ready =
-      e.DESFireSelectRoot(kDesfireKey) == sceSuccess &&
-      e.DESFireCreateApplication("112233", dfkApplDefault, 2) == sceSuccess &&
-      e.DESFireSelectApplication("112233", 0, kDesfireKey) == sceSuccess &&
-      e.DESFireCreateStdDataFile(1, dfcPlain, 0, 0, 0, 0, 100) == sceSuccess &&
-      e.DESFireWriteData(1, 0, 100, data, true) == sceSuccess &&
-      e.DESFireCreateValueFile(2, dfcPlain, 0, 0, 0, 0, -100, 1000, 10, true) == sceSuccess &&
-      e.DESFireCreateLinearRecordFile(3, dfcPlain, 0, 0, 0, 0, 8, 4) == sceSuccess &&
-      e.DESFireWriteRecord(3, 0, 8, "record 1", false) == sceSuccess &&
-      e.DESFireCommitTransaction() == sceSuccess;
+  const bool ready = e.DESFireSelectRoot(kDesfireKey) == sceSuccess &&
+                     e.DESFireCreateApplication("112233", dfkApplDefault, 2) == sceSuccess &&
+                     e.DESFireSelectApplication("112233", 0, kDesfireKey) == sceSuccess &&
+                     e.DESFireCreateStdDataFile(1, dfcPlain, 0, 0, 0, 0, 100) == sceSuccess &&
+                     e.DESFireWriteData(1, 0, 100, data, true) == sceSuccess;
   if (!ready)
     throw std::runtime_error("DESFire preparation failed: " + e.LastError().Description());
 }
@@ -62,8 +57,6 @@ inline const std::vector<Operation>& Operations() {
        [](E& e, S& out) { return e.ReadSerialNumber(out); }},
       {"ReadSerialNumber", Card::Desfire, 1, false, 0, true, engine, true,
        [](E& e, S& out) { return e.ReadSerialNumber(out); }},
-      {"Escape", Card::Desfire, 1, false, 0, true, engine, true,
-       [](E& e, S& out) { return e.Escape("90 60 00 00 00", out); }},
       {"EscapeExt", Card::Mifare, 1, false, 0, true, engine, true,
        [](E& e, S& out) {
          S sw;
@@ -73,37 +66,10 @@ inline const std::vector<Operation>& Operations() {
        }},
       {"MifareReadDataBloc", Card::Mifare, 1, false, 0, false, engine, true,
        [](E& e, S& out) { return e.MifareReadDataBloc(4, kMifareKey, 0, out); }},
-      {"MifareWriteDataBloc", Card::Mifare, 1, false, 0, false, engine, true,
-       [](E& e, S& out) {
-         out = "00112233445566778899AABBCCDDEEFF";
-         return e.MifareWriteDataBloc(4, kMifareKey, 0, out);
-       }},
-      {"MifareReadManufacturerCode", Card::Mifare, 1, false, 0, true, engine, true,
-       [](E& e, S& out) {
-         std::int32_t serial = 0;
-         std::uint8_t checkSum = 0;
-         return e.MifareReadManufacturerCode(kMifareKey, 0, serial, checkSum, out);
-       }},
       {"MifareWriteBytesInBloc", Card::Mifare, 2, false, 0, false, engine, true,
        [](E& e, S& out) {
          out = "A1B2C3";
          return e.MifareWriteBytesInBloc(5, kMifareKey, 0, 3, 5, out);
-       }},
-      {"MifareWriteValueBloc", Card::Mifare, 1, false, 0, false, engine, true,
-       [](E& e, S&) { return e.MifareWriteValueBloc(6, kMifareKey, 0, -1000); }},
-      {"MifareReadSectorTrailer", Card::Mifare, 1, false, 0, false, engine, true,
-       [](E& e, S&) {
-         std::uint8_t keysUsed = 0;
-         std::uint8_t bx = 0;
-         SCBS_SecurityLevelEnum s0{}, s1{}, s2{};
-         SCSS_SecurityLevelEnum conditions{};
-         return e.MifareReadSectorTrailer(1, kMifareKey, 0, keysUsed, s0, s1, s2, conditions, bx);
-       }},
-      {"MifareWriteSectorTrailer", Card::Mifare, 2, false, 0, false, engine, true,
-       [](E& e, S&) {
-         const auto all = static_cast<SCBS_SecurityLevelEnum>(scbs_A_ReadWrite | scbs_B_ReadWrite);
-         return e.MifareWriteSectorTrailer(2, kMifareKey, 0, "FFFFFFFFFFFF", "FFFFFFFFFFFF", 1, all,
-                                           all, all, scss_A_WriteKeysConditions);
        }},
       {"DESFireSelectRoot", Card::Desfire, 3, false, 0, false, engine, false,
        [](E& e, S&) { return e.DESFireSelectRoot(kDesfireKey); }},
@@ -114,28 +80,11 @@ inline const std::vector<Operation>& Operations() {
          if (information.AsText() != nullptr) out = *information.AsText();
          return result;
        }},
-      {"DESFireGetApplications", Card::Desfire, 1, true, 0, false, desfire, false,
-       [](E& e, S& out) { return e.DESFireGetApplications(out); },
-       [](E& e) {
-         PrepareDesfireApplication(e);
-         if (e.DESFireSelectRoot(kDesfireKey) != sceSuccess) throw std::runtime_error("no root");
-       }},
-      {"DESFireGetFileSettings", Card::Desfire, 1, true, 0, false, desfire, false,
-       [](E& e, S& out) { return e.DESFireGetFileSettings(1, out); }, PrepareDesfireApplication},
       {"DESFireReadData", Card::Desfire, 3, true, 3, false, desfire, false,
        [](E& e, S& out) { return e.DESFireReadData(1, 0, 0, out, true); },
        PrepareDesfireApplication},
       {"DESFireWriteData", Card::Desfire, 3, true, 0, false, desfire, false,
        [](E& e, S&) { return e.DESFireWriteData(1, 0, 80, S(160, 'B'), true); },
-       PrepareDesfireApplication},
-      {"DESFireGetValue", Card::Desfire, 2, true, 0, false, desfire, false,
-       [](E& e, S&) {
-         std::int32_t value = 0;
-         return e.DESFireGetValue(2, value);
-       },
-       PrepareDesfireApplication},
-      {"DESFireReadRecords", Card::Desfire, 2, true, 0, false, desfire, false,
-       [](E& e, S& out) { return e.DESFireReadRecords(3, 0, 1, out, false); },
        PrepareDesfireApplication},
   };
   return table;

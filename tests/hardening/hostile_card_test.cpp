@@ -1,13 +1,11 @@
 // A broken or hostile card under the simulated reader, through the whole Encoder: a card that
 // never answers, answers garbage, always has more to send, or leaves the field mid-command. Every
-// operation ends in bounded time with its failure recorded, and the Encoder works again once a
-// good card is back.
+// operation ends in a bounded number of frames with its failure recorded, and the Encoder works
+// again once a good card is back.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "component/encoder.h"
 #include "component/error_codes.h"
@@ -47,12 +45,10 @@ class Bench {
   }
   void SetFault(Fault fault, std::size_t frames = 0) { pcsc_->reader().SetFault(fault, frames); }
 
-  // Runs the operation and measures how many frames it sent and how long it took.
+  // Runs the operation and counts the frames it sent.
   sceReturnCode Run(const Operation& op, std::string& output) {
     const std::size_t before = pcsc_->transmitCount();
-    const auto start = std::chrono::steady_clock::now();
     const sceReturnCode result = op.run(encoder_, output);
-    elapsed_ = std::chrono::steady_clock::now() - start;
     frames_ = pcsc_->transmitCount() - before;
     return result;
   }
@@ -69,22 +65,18 @@ class Bench {
   Encoder& encoder() { return encoder_; }
   const CError& error() { return encoder_.LastError(); }
   [[nodiscard]] std::size_t frames() const { return frames_; }
-  [[nodiscard]] std::chrono::duration<double> elapsed() const { return elapsed_; }
 
  private:
   Card card_;
   std::shared_ptr<sim::SimulatedPcsc> pcsc_ = std::make_shared<sim::SimulatedPcsc>();
   Encoder encoder_{Platform{pcsc_, std::make_shared<VirtualHost>(), nullptr}};
   std::size_t frames_ = 0;
-  std::chrono::duration<double> elapsed_{};
 };
 
-// A failure names the operation and carries one of the component's numbers (9001xxxx) and its
-// text.
+// A failure names the operation and carries one of the component's numbers (9001xxxx).
 void ExpectRecordedFailure(Bench& bench, const Operation& op) {
   EXPECT_EQ(static_cast<std::uint32_t>(bench.error().Number()) >> 16, 0x9001U)
       << Describe(op) << ": " << bench.error().Description();
-  EXPECT_NE(bench.error().Description(), "") << Describe(op);
   EXPECT_EQ(bench.error().ComFunction(), op.name) << Describe(op);
 }
 
@@ -116,15 +108,50 @@ TEST(HostileCard, AGoodCardNeedsOnlyTheExpectedFrames) {
   }
 }
 
-TEST(HostileCard, AMuteCardFailsEachOperationWithTheTransportText) {
+// One card per operation, under each fault in turn: each ends in a bounded number of frames with
+// the failure recorded and the Encoder reading the card again once the fault is gone.
+TEST(HostileCard, MuteEndlessAndGarbageAnswersEndInARecordedFailure) {
   for (const Operation& op : Operations()) {
+    const std::string what = Describe(op);
     Bench bench(op);
-    bench.SetFault(Fault::Mute);
     std::string output = "stale";
-    const sceReturnCode result = bench.Run(op, output);
+    bench.SetFault(Fault::Mute);
+    sceReturnCode result = bench.Run(op, output);
     ExpectTransportFailure(bench, op, result, output, ScardText(scard::W_UNRESPONSIVE_CARD),
                            "FFFF");
-    bench.ExpectRecovered(Describe(op));
+    bench.ExpectRecovered(what);
+
+    bench.SetFault(Fault::Endless91AF);
+    output = "stale";
+    result = bench.Run(op, output);
+    if (!op.chains) {
+      // No chain asked for: a 91AF answer is the caller's to continue, so nothing more is sent.
+      EXPECT_EQ(bench.frames(), op.frames) << what;
+      if (result == sceError) ExpectRecordedFailure(bench, op);
+    } else {
+      EXPECT_LE(bench.frames(), 1024U + op.frames) << what;
+      ExpectTransportFailure(bench, op, result, output, "91AF", "91AF");
+    }
+    bench.ExpectRecovered(what);
+
+    // Random answers of random length: random status words are almost never success.
+    bench.SetFault(Fault::Garbage);
+    int failures = 0;
+    for (int round = 0; round < 40; ++round) {
+      output = "stale";
+      result = bench.Run(op, output);
+      EXPECT_LE(bench.frames(), 1024U) << what;
+      EXPECT_LE(output.size(), 2U * 4096U) << what;
+      if (result == sceSuccess) continue;
+      ++failures;
+      EXPECT_EQ(result, sceError) << what;
+      if (op.clearsOutput) {
+        EXPECT_EQ(output, "") << what;
+      }
+      ExpectRecordedFailure(bench, op);
+    }
+    EXPECT_GT(failures, 20) << what;
+    bench.ExpectRecovered(what);
   }
 }
 
@@ -160,50 +187,6 @@ TEST(HostileCard, ACardPulledMidOperationIsReportedUntilAnotherComes) {
       bench.ExpectRecovered(what);
       EXPECT_EQ(bench.encoder().EncoderState(), sceReady) << what;
     }
-  }
-}
-
-TEST(HostileCard, AnEndlessContinuationChainIsCutAtItsBound) {
-  for (const Operation& op : Operations()) {
-    Bench bench(op);
-    bench.SetFault(Fault::Endless91AF);
-    std::string output = "stale";
-    const sceReturnCode result = bench.Run(op, output);
-    EXPECT_LT(bench.elapsed().count(), 10.0) << Describe(op);
-    if (!op.chains) {
-      // No chain asked for: a 91AF answer is the caller's to continue, so nothing more is sent.
-      EXPECT_EQ(bench.frames(), op.frames) << Describe(op);
-      if (result == sceError) ExpectRecordedFailure(bench, op);
-    } else {
-      EXPECT_LE(bench.frames(), 1024U + op.frames) << Describe(op);
-      ExpectTransportFailure(bench, op, result, output, "91AF", "91AF");
-    }
-    bench.ExpectRecovered(Describe(op));
-  }
-}
-
-// Random answers of random length: whatever they say, each operation ends with a result the host
-// can read, and a failure carries the engine's number.
-TEST(HostileCard, GarbageAnswersEndInARecordedResult) {
-  for (const Operation& op : Operations()) {
-    Bench bench(op);
-    bench.SetFault(Fault::Garbage);
-    int failures = 0;
-    for (int round = 0; round < 40; ++round) {
-      std::string output = "stale";
-      const sceReturnCode result = bench.Run(op, output);
-      EXPECT_LE(bench.frames(), 1024U) << Describe(op);
-      EXPECT_LE(output.size(), 2U * 4096U) << Describe(op);
-      if (result == sceSuccess) continue;
-      ++failures;
-      EXPECT_EQ(result, sceError) << Describe(op);
-      if (op.clearsOutput) {
-        EXPECT_EQ(output, "") << Describe(op);
-      }
-      ExpectRecordedFailure(bench, op);
-    }
-    EXPECT_GT(failures, 20) << Describe(op);  // random status words are almost never success
-    bench.ExpectRecovered(Describe(op));
   }
 }
 
