@@ -22,20 +22,17 @@ namespace {
 using namespace lumivex;
 
 bool IsUpperHex(const std::string& text) {
-  for (const char c : text) {
-    if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'))) return false;
-  }
-  return true;
+  return text.find_first_not_of("0123456789ABCDEF") == std::string::npos;
 }
 
 void CheckHexHelpers(FuzzedDataProvider& input) {
   const std::string text = input.ConsumeRandomLengthString(256);
   const auto expected = input.ConsumeIntegral<std::int32_t>();
   std::string normalised = text;
+  // Normalising drops blanks, gives upper-case digits and is idempotent.
   const bool hex = IsHexString(normalised, expected == 0 ? -1 : expected % 300);
   FUZZ_CHECK(normalised.find(' ') == std::string::npos);
   FUZZ_CHECK(!hex || IsUpperHex(normalised));
-  // Normalising is idempotent.
   std::string again = normalised;
   FUZZ_CHECK(IsHexString(again, -1) == IsUpperHex(normalised));
   FUZZ_CHECK(again == normalised);
@@ -61,16 +58,6 @@ void CheckHexHelpers(FuzzedDataProvider& input) {
     FUZZ_CHECK(range == compact.substr(static_cast<std::size_t>(from - 1) * 2,
                                        static_cast<std::size_t>(count) * 2));
   }
-}
-
-void CheckTexts(FuzzedDataProvider& input) {
-  const std::string word = input.ConsumeRandomLengthString(16);
-  FUZZ_CHECK(!StatusWordText(word).empty());
-  const auto code = input.ConsumeIntegral<std::int32_t>();
-  const std::string scard = SCardErrorText(code);
-  FUZZ_CHECK(!scard.empty());
-  const double number = LeadingNumber(input.ConsumeRandomLengthString(64));
-  (void)RoundToInt32(number);
 }
 
 Variant AnyVariant(FuzzedDataProvider& input) {
@@ -105,10 +92,8 @@ Variant AnyVariant(FuzzedDataProvider& input) {
 // Values a host passes as variants, and the UTF-8 and UTF-16 forms of registry texts.
 void CheckVariantsAndUtf(FuzzedDataProvider& input) {
   const Variant value = AnyVariant(input);
-  const std::optional<std::int32_t> asInt = value.ToInt32();
-  const std::optional<std::uint8_t> asByte = value.ToByte();
   // A value that fits a byte fits 32 bits with the same number.
-  if (asByte) FUZZ_CHECK(asInt && *asInt == *asByte);
+  if (const auto asByte = value.ToByte()) FUZZ_CHECK(value.ToInt32() == *asByte);
   (void)VariantToText(value);
   (void)NumberText(input.ConsumeFloatingPoint<double>(), input.ConsumeIntegralInRange(1, 17));
   (void)GeneralDateText(input.ConsumeFloatingPoint<double>());
@@ -116,12 +101,14 @@ void CheckVariantsAndUtf(FuzzedDataProvider& input) {
   // Bytes that are not UTF-8 read as Latin-1 characters, so re-encoding what was decoded gives
   // well-formed UTF-8, which survives UTF-16 and a second decoding unchanged.
   const std::string text = input.ConsumeRandomLengthString(128);
-  std::string canonical;
-  for (const char32_t c : DecodeUtf8(text)) AppendUtf8(canonical, c);
+  const auto reencode = [](const std::string& from) {
+    std::string to;
+    for (const char32_t c : DecodeUtf8(from)) AppendUtf8(to, c);
+    return to;
+  };
+  const std::string canonical = reencode(text);
   FUZZ_CHECK(Utf16LeToUtf8(Utf8ToUtf16Le(canonical)) == canonical);
-  std::string again;
-  for (const char32_t c : DecodeUtf8(canonical)) AppendUtf8(again, c);
-  FUZZ_CHECK(again == canonical);
+  FUZZ_CHECK(reencode(canonical) == canonical);
   FUZZ_CHECK(FoldCase(FoldCase(text)) == FoldCase(text));
 }
 
@@ -144,19 +131,11 @@ void CheckParameters(FuzzedDataProvider& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
-  switch (input.ConsumeIntegralInRange(0, 3)) {
-    case 0:
-      CheckHexHelpers(input);
-      break;
-    case 1:
-      CheckTexts(input);
-      break;
-    case 2:
-      CheckVariantsAndUtf(input);
-      break;
-    default:
-      CheckParameters(input);
-      break;
-  }
+  CheckHexHelpers(input);
+  FUZZ_CHECK(!StatusWordText(input.ConsumeRandomLengthString(16)).empty());
+  FUZZ_CHECK(!SCardErrorText(input.ConsumeIntegral<std::int32_t>()).empty());
+  (void)RoundToInt32(LeadingNumber(input.ConsumeRandomLengthString(64)));
+  CheckVariantsAndUtf(input);
+  CheckParameters(input);
   return 0;
 }
