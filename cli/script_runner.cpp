@@ -61,36 +61,21 @@ void CompileCall(const ScriptLine& line, CompiledScript& script) {
   script.calls.push_back(std::move(call));
 }
 
-std::string OutputText(const ParamSpec& p, const Slot& s) {
+// An output argument as a value, so text and JSON print it the same way as any other value.
+Variant OutputValue(const ParamSpec& p, const Slot& s) {
   switch (p.type) {
     case ArgType::Int32:
-      return std::to_string(s.i4);
+      return Variant::FromInt32(s.i4);
     case ArgType::Byte:
-      return std::to_string(s.ui1);
+      return Variant::FromByte(s.ui1);
     case ArgType::Bool:
-      return s.flag ? "True" : "False";
+      return Variant::FromBool(s.flag);
     case ArgType::Text:
-      return s.text;
+      return Variant::FromText(s.text);
     case ArgType::Variant:
-      return VariantText(s.variant);
+      return s.variant;
   }
-  return "";
-}
-
-std::string OutputJson(const ParamSpec& p, const Slot& s) {
-  switch (p.type) {
-    case ArgType::Int32:
-      return std::to_string(s.i4);
-    case ArgType::Byte:
-      return std::to_string(s.ui1);
-    case ArgType::Bool:
-      return s.flag ? "true" : "false";
-    case ArgType::Text:
-      return JsonString(s.text);
-    case ArgType::Variant:
-      return VariantJson(s.variant);
-  }
-  return "null";
+  return {};
 }
 
 // Runs one call; returns false when it reported sceError (or sceCanceled).
@@ -128,7 +113,7 @@ bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out)
     for (std::size_t i = 0; i < params.size(); ++i) {
       if (!params[i].byReference || !call.slots[i].given) continue;
       outputs += (outputs.empty() ? "" : ", ") + JsonString(params[i].name) + ": " +
-                 OutputJson(params[i], call.slots[i]);
+                 VariantJson(OutputValue(params[i], call.slots[i]));
     }
     line += ", \"outputs\": {" + outputs + "}";
     if (failed) line += ", \"lastError\": " + LastErrorJson(encoder.LastError());
@@ -140,7 +125,8 @@ bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out)
     if (result.value) out << "  Value = " << VariantText(*result.value) << "\n";
     for (std::size_t i = 0; i < params.size(); ++i) {
       if (!params[i].byReference || !call.slots[i].given) continue;
-      out << "  " << params[i].name << " = " << OutputText(params[i], call.slots[i]) << "\n";
+      out << "  " << params[i].name << " = " << VariantText(OutputValue(params[i], call.slots[i]))
+          << "\n";
     }
     if (failed) out << LastErrorText(encoder.LastError());
   }

@@ -278,6 +278,7 @@ class Encoder {
   // ---- Session (session.cpp) ----
   sceReturnCode OpenEncoderCore(std::int32_t Handle, bool ReportFailure);
   sceReturnCode SelectCardInRange();
+  PcscLong ConnectCard();  // exclusive connect of Device, traced
   void CloseEncoderQuietly();
   std::string ReaderGetAttr(const std::string& Template, PcscDword AttributeId, int Kind);
   std::vector<std::uint8_t> ReadAtr();

@@ -71,6 +71,23 @@ sceReturnCode Encoder::OpenEncoder(std::int32_t Handle) {
   }
 }
 
+// Connects the card exclusively with the preferred protocol and traces the call; a failed
+// connect never leaves a handle behind.
+PcscLong Encoder::ConnectCard() {
+  PcscHandle card = 0;
+  PcscDword active = 0;
+  const PcscLong status =
+      platform_.pcsc->Connect(hContext_, device_, scard::SHARE_EXCLUSIVE,
+                              static_cast<PcscDword>(protocol_), &card, &active);
+  hCard_ = status == 0 ? card : 0;
+  activeProtocol_ = active;
+  Trace("Called SCardConnect(" + std::to_string(hContext_) + ", \"" + device_ +
+        "\", SCARD_SHARE_EXCLUSIVE, " + std::to_string(protocol_) + ", " + std::to_string(hCard_) +
+        ", " + std::to_string(activeProtocol_) + ")");
+  Trace("SCardConnect returned: " + ScardText(status));
+  return status;
+}
+
 sceReturnCode Encoder::OpenEncoderCore(std::int32_t Handle, bool ReportFailure) {
   Trace("--> OpenEncoder(" + std::to_string(Handle) + ", " + (ReportFailure ? "True" : "False") +
         ")");
@@ -103,16 +120,7 @@ sceReturnCode Encoder::OpenEncoderCore(std::int32_t Handle, bool ReportFailure) 
       }
       Trace("Calling SCardConnect...");
       call = "SCardConnect";
-      PcscHandle card = 0;
-      PcscDword active = 0;
-      status = platform_.pcsc->Connect(hContext_, device_, scard::SHARE_EXCLUSIVE,
-                                       static_cast<PcscDword>(protocol_), &card, &active);
-      hCard_ = status == 0 ? card : 0;  // a failed connect never leaves a handle behind
-      activeProtocol_ = active;
-      Trace("Called SCardConnect(" + std::to_string(hContext_) + ", \"" + device_ +
-            "\", SCARD_SHARE_EXCLUSIVE, " + std::to_string(protocol_) + ", " +
-            std::to_string(hCard_) + ", " + std::to_string(activeProtocol_) + ")");
-      Trace("SCardConnect returned: " + ScardText(status));
+      status = ConnectCard();
       if (status == 0) {
         LetATRString(BytesToHex(ReadAtr(), 1, -1, true));
         attempts = 2;
@@ -244,16 +252,7 @@ sceReturnCode Encoder::SelectCardInRange() {
       hCard_ = 0;
     }
     Trace("Connecting card");
-    PcscHandle card = 0;
-    PcscDword active = 0;
-    status = platform_.pcsc->Connect(hContext_, device_, scard::SHARE_EXCLUSIVE,
-                                     static_cast<PcscDword>(protocol_), &card, &active);
-    hCard_ = status == 0 ? card : 0;
-    activeProtocol_ = active;
-    Trace("Called SCardConnect(" + std::to_string(hContext_) + ", \"" + device_ +
-          "\", SCARD_SHARE_EXCLUSIVE, " + std::to_string(protocol_) + ", " +
-          std::to_string(hCard_) + ", " + std::to_string(activeProtocol_) + ")");
-    Trace("SCardConnect returned: " + ScardText(status));
+    status = ConnectCard();
     if (status == 0) {
       LetATRString(BytesToHex(ReadAtr(), 1, -1, true));
     } else {
