@@ -18,6 +18,6 @@ struct CardIdentification {
 // atr: trimmed, upper-cased, one blank between bytes ("" clears the identification).
 // previousSerialNumberLength is kept when the list has no match. registry may be null (no list).
 CardIdentification IdentifyCard(const std::string& atr, std::int32_t previousSerialNumberLength,
-                                 RegistryApi* registry, Host& host);
+                                RegistryApi* registry, Host& host);
 
 }  // namespace lumivex

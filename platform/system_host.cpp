@@ -8,7 +8,9 @@ namespace lumivex {
 // Runs the host's pending window messages for a moment (no-op where there is no message queue).
 void PumpHostMessages(std::chrono::milliseconds slice);
 
-std::chrono::system_clock::time_point SystemHost::Now() { return std::chrono::system_clock::now(); }
+std::chrono::system_clock::time_point SystemHost::Now() {
+  return std::chrono::system_clock::now();
+}
 
 LocalDateTime SystemHost::LocalNow() {
   const std::time_t now = std::chrono::system_clock::to_time_t(Now());
@@ -30,8 +32,12 @@ void SystemHost::WaitPumpingMessages(std::chrono::milliseconds duration) {
   }
 }
 
-void SystemHost::Randomize(std::uint64_t seed) { generator_.seed(seed); }
+void SystemHost::Randomize(std::uint64_t seed) {
+  generator_.seed(seed);
+}
 
-double SystemHost::Random() { return uniform_(generator_); }
+double SystemHost::Random() {
+  return uniform_(generator_);
+}
 
 }  // namespace lumivex

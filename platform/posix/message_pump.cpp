@@ -4,6 +4,8 @@
 namespace lumivex {
 
 // No window message queue here: the wait simply sleeps in short slices.
-void PumpHostMessages(std::chrono::milliseconds slice) { std::this_thread::sleep_for(slice); }
+void PumpHostMessages(std::chrono::milliseconds slice) {
+  std::this_thread::sleep_for(slice);
+}
 
 }  // namespace lumivex
