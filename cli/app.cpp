@@ -10,6 +10,7 @@
 #include "cli/output.h"
 #include "cli/script_runner.h"
 #include "cli/tool_context.h"
+#include "component/surface/interface_text.h"
 #include "component/texts.h"
 
 namespace lumivex::cli {
@@ -126,6 +127,7 @@ int RunTool(int argc, char** argv) {
   std::string scriptFile;
   script->add_option("FILE", scriptFile, "script file, or - for standard input")->required();
   auto* demo = app.add_subcommand("demo", "encode a MIFARE Classic and a DESFire card, checked");
+  auto* idl = app.add_subcommand("idl", "print the interface description of the COM component");
 
   try {
     app.parse(argc, argv);
@@ -134,6 +136,10 @@ int RunTool(int argc, char** argv) {
     return rc == 0 ? 0 : kUsageError;
   }
 
+  if (idl->parsed()) {
+    std::cout << surface::InterfaceDescription();
+    return 0;
+  }
   // Without a reader the demo runs on the built-in simulator, with both cards in turn.
   if (demo->parsed() && options.simulate.empty() && options.reader.empty())
     options.simulate = "default";

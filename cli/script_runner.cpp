@@ -74,6 +74,9 @@ Variant OutputValue(const ParamSpec& p, const Slot& s) {
       return Variant::FromText(s.text);
     case ArgType::Variant:
       return s.variant;
+    case ArgType::None:
+    case ArgType::Object:
+      break;
   }
   return {};
 }
