@@ -78,6 +78,7 @@ class Variant {
   [[nodiscard]] const std::vector<std::uint8_t>* AsBytes() const {
     return std::get_if<std::vector<std::uint8_t>>(&value_);
   }
+  [[nodiscard]] const ErrorValue* AsError() const { return std::get_if<ErrorValue>(&value_); }
 
   // The automation conversion to an unsigned byte: numbers 0..255 (fractions rounded half to
   // even), booleans (true is -1 and so does not fit), texts holding such a number. nullopt when

@@ -1,4 +1,5 @@
 set(CMAKE_SYSTEM_NAME Windows)
+set(LUMIVEX_TOOL_PREFIX i686-w64-mingw32)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)

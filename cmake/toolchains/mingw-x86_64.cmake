@@ -1,4 +1,5 @@
 set(CMAKE_SYSTEM_NAME Windows)
+set(LUMIVEX_TOOL_PREFIX x86_64-w64-mingw32)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)

@@ -1,0 +1,127 @@
+#include "com/error_record_object.h"
+
+#include <new>
+
+#include "com/bstr_text.h"
+#include "com/dispatch_call.h"
+#include "com/names.h"
+#include "component/surface/member_spec.h"
+
+namespace lumivex::com {
+
+namespace {
+
+const surface::RecordPropertySpec* Find(const char* name) {
+  for (const auto& p : surface::RecordProperties()) {
+    if (std::string_view(p.name) == name) return &p;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+ErrorRecordObject::ErrorRecordObject() : DualObject(__uuidof(::CError)) {}
+
+ErrorRecordObject::ErrorRecordObject(CError& shown)
+    : DualObject(__uuidof(::CError)), shown_(&shown) {}
+
+void ErrorRecordObject::Detach() {
+  if (shown_ == nullptr) return;
+  own_ = *shown_;
+  shown_ = nullptr;
+}
+
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::GetIDsOfNames(REFIID /*riid*/, LPOLESTR* names,
+                                                           UINT count, LCID /*lcid*/, DISPID* ids) {
+  try {
+    return LookupNames(
+        names, count, ids,
+        [](const std::string& name) -> DISPID {
+          for (const auto& p : surface::RecordProperties()) {
+            if (SameName(name, p.name)) return p.dispid;
+          }
+          return DISPID_UNKNOWN;
+        },
+        [](DISPID, const std::string&) -> DISPID { return DISPID_UNKNOWN; });
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::Invoke(DISPID member, REFIID /*riid*/, LCID lcid,
+                                                    WORD flags, DISPPARAMS* params, VARIANT* result,
+                                                    EXCEPINFO* /*exception*/, UINT* argErr) {
+  const auto& properties = surface::RecordProperties();
+  if (member < 1 || static_cast<std::size_t>(member) > properties.size()) {
+    return DISP_E_MEMBERNOTFOUND;
+  }
+  if (params == nullptr) return E_INVALIDARG;
+  return InvokeRecordProperty(Record(), properties[static_cast<std::size_t>(member) - 1],
+                              {flags, params, lcid, result, argErr});
+}
+
+HRESULT ErrorRecordObject::Get(const char* name, LONG* value) {
+  if (value == nullptr) return E_POINTER;
+  *value = Find(name)->get(Record()).ToInt32().value_or(0);
+  return S_OK;
+}
+
+HRESULT ErrorRecordObject::Get(const char* name, BSTR* value) {
+  if (value == nullptr) return E_POINTER;
+  try {
+    const Variant text = Find(name)->get(Record());
+    *value = MakeBstr(text.AsText() != nullptr ? *text.AsText() : std::string()).release();
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    *value = nullptr;
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT ErrorRecordObject::Put(const char* name, Variant value) {
+  try {
+    Find(name)->set(Record(), value);
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::get_Number(LONG* Value) {
+  return Get("Number", Value);
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::put_Number(LONG Value) {
+  return Put("Number", Variant::FromInt32(Value));
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::get_Description(BSTR* Value) {
+  return Get("Description", Value);
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::put_Description(BSTR Value) {
+  return Put("Description", Variant::FromText(TextFromBstr(Value)));
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::get_LastDllError(LONG* Value) {
+  return Get("LastDllError", Value);
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::put_LastDllError(LONG Value) {
+  return Put("LastDllError", Variant::FromInt32(Value));
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::get_ComFunction(BSTR* Value) {
+  return Get("ComFunction", Value);
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::put_ComFunction(BSTR Value) {
+  return Put("ComFunction", Variant::FromText(TextFromBstr(Value)));
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::get_RdrCommand(BSTR* Value) {
+  return Get("RdrCommand", Value);
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::put_RdrCommand(BSTR Value) {
+  return Put("RdrCommand", Variant::FromText(TextFromBstr(Value)));
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::get_RdrRetCode(BSTR* Value) {
+  return Get("RdrRetCode", Value);
+}
+HRESULT STDMETHODCALLTYPE ErrorRecordObject::put_RdrRetCode(BSTR Value) {
+  return Put("RdrRetCode", Variant::FromText(TextFromBstr(Value)));
+}
+
+}  // namespace lumivex::com
