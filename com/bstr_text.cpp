@@ -36,8 +36,9 @@ char32_t Next(std::string_view text, std::size_t& i) {
   const std::size_t left = text.size() - i;
   const auto at = [&](std::size_t k) { return static_cast<unsigned char>(text[i + k]); };
   if (lead >= 0xC2 && lead <= 0xDF && left >= 2 && IsContinuation(at(1))) {
+    const char32_t c = ((lead & 0x1FU) << 6) | (at(1) & 0x3FU);
     i += 2;
-    return ((lead & 0x1FU) << 6) | (at(1) & 0x3FU);
+    return c;
   }
   if (lead >= 0xE0 && lead <= 0xEF && left >= 3 && IsContinuation(at(1)) && IsContinuation(at(2))) {
     const char32_t c = ((lead & 0x0FU) << 12) | ((at(1) & 0x3FU) << 6) | (at(2) & 0x3FU);

@@ -1,0 +1,119 @@
+// Reads the type library embedded in the DLL (resource 1) and checks it against the component's
+// surface tables: every enumeration with its members and values, and every member of _Encoder
+// and _CError with its DISPID. Writes the enumerations as VBScript constants to the file named on
+// the command line, so the VBScript suite works with the values the type library declares.
+#include <windows.h>
+
+#include <fstream>
+#include <map>
+#include <string>
+
+#include "Orbanet_Lumivex_BL.h"
+#include "com/bstr_text.h"
+#include "com/com_ptr.h"
+#include "component/surface/identity.h"
+#include "component/surface/member_spec.h"
+#include "tests/com/check.h"
+
+namespace {
+
+using lumivex::com::ComPtr;
+using lumivex::com::TextFromBstr;
+namespace surface = lumivex::surface;
+
+std::string Name(ITypeInfo* info, MEMBERID id) {
+  BSTR name = nullptr;
+  info->GetDocumentation(id, &name, nullptr, nullptr, nullptr);
+  std::string text = TextFromBstr(name);
+  SysFreeString(name);
+  return text;
+}
+
+// name -> DISPID of the functions of a dispatch view (property accessors share their DISPID).
+std::map<std::string, MEMBERID> Functions(ITypeInfo* info) {
+  std::map<std::string, MEMBERID> ids;
+  TYPEATTR* a = nullptr;
+  info->GetTypeAttr(&a);
+  for (UINT i = 0; i < a->cFuncs; ++i) {
+    FUNCDESC* f = nullptr;
+    info->GetFuncDesc(i, &f);
+    if (f->memid > 0 && f->memid < 0x10000) ids[Name(info, f->memid)] = f->memid;
+    info->ReleaseFuncDesc(f);
+  }
+  info->ReleaseTypeAttr(a);
+  return ids;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  lumivex::wine::Checks check("typelib_check");
+  if (argc != 3) {
+    std::printf("usage: typelib_check DLL OUTPUT.vbs\n");
+    return 100;
+  }
+  ComPtr<ITypeLib> library;
+  const std::wstring dll = lumivex::com::WideFromText(argv[1]);
+  if (!check.That(SUCCEEDED(LoadTypeLibEx(dll.c_str(), REGKIND_NONE, library.Receive())),
+                  "LoadTypeLibEx finds the type library in the DLL")) {
+    return check.Finish();
+  }
+  std::ofstream constants(argv[2], std::ios::binary);
+  constants << "' The enumerations of the type library, read from the DLL by typelib_check.\r\n";
+  std::map<std::string, std::int32_t> values;
+  const UINT count = library->GetTypeInfoCount();
+  for (UINT t = 0; t < count; ++t) {
+    ComPtr<ITypeInfo> info;
+    library->GetTypeInfo(t, info.Receive());
+    TYPEATTR* a = nullptr;
+    info->GetTypeAttr(&a);
+    if (a->typekind == TKIND_ENUM) {
+      for (UINT v = 0; v < a->cVars; ++v) {
+        VARDESC* var = nullptr;
+        info->GetVarDesc(v, &var);
+        const std::string name = Name(info.Get(), var->memid);
+        values[name] = V_I4(var->lpvarValue);
+        constants << "Const " << name << " = " << V_I4(var->lpvarValue) << "\r\n";
+        info->ReleaseVarDesc(var);
+      }
+    }
+    info->ReleaseTypeAttr(a);
+  }
+  std::size_t expected = 0;
+  std::string wrong;
+  for (const auto& e : surface::Enumerations()) {
+    for (const auto& m : e.members) {
+      ++expected;
+      const auto found = values.find(m.name);
+      if (found == values.end() || found->second != m.value) wrong += std::string(" ") + m.name;
+    }
+  }
+  check.That(values.size() == expected && wrong.empty(),
+             "the " + std::to_string(values.size()) + " enumeration members and their values" +
+                 (wrong.empty() ? "" : ", wrong:" + wrong));
+
+  ComPtr<ITypeInfo> encoder;
+  ComPtr<ITypeInfo> record;
+  library->GetTypeInfoOfGuid(__uuidof(::_Encoder), encoder.Receive());
+  library->GetTypeInfoOfGuid(__uuidof(::_CError), record.Receive());
+  if (check.That(encoder && record, "the type library holds _Encoder and _CError")) {
+    const auto encoderIds = Functions(encoder.Get());
+    std::string mismatched;
+    for (const auto& m : surface::EncoderMembers()) {
+      const auto found = encoderIds.find(m.name);
+      if (found == encoderIds.end() || found->second != m.dispid) mismatched += " " + std::string(m.name);
+    }
+    check.That(encoderIds.size() == surface::EncoderMembers().size() && mismatched.empty(),
+               "_Encoder: " + std::to_string(encoderIds.size()) +
+                   " members with the DISPIDs of the dispatch" +
+                   (mismatched.empty() ? "" : ", wrong:" + mismatched));
+    const auto recordIds = Functions(record.Get());
+    mismatched.clear();
+    for (const auto& p : surface::RecordProperties()) {
+      const auto found = recordIds.find(p.name);
+      if (found == recordIds.end() || found->second != p.dispid) mismatched += " " + std::string(p.name);
+    }
+    check.That(recordIds.size() == 6 && mismatched.empty(), "_CError: the six properties");
+  }
+  return check.Finish();
+}
