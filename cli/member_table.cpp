@@ -332,6 +332,8 @@ const std::vector<MemberSpec>& Members() {
        }},
       {"GetInformation", {},
        [](E& e, Slots&) { return Value(Variant::FromText(e.GetInformation())); }},
+      {"Configure", {In("Language", TEXT)},
+       [](E& e, Slots& s) { return Code(e.Configure(s[0].text)); }},
 
       // ---- MIFARE Classic ----
       {"MifareReadDataBloc",
