@@ -53,6 +53,7 @@ sceReturnCode Encoder::Configure(const std::string& Language) {
       answer = platform_.dialogs->ShowConfigure(request);
     } catch (const std::exception& error) {
       Trace(std::string("The configuration dialog failed: ") + error.what());
+      ClearLastError();  // what the open left in the record is not the reason
       SetLastError(
           {.Number = err::kNoDialog,
            .Description = std::string("The configuration dialog failed: ") + error.what()});

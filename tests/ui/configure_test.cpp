@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "cli/terminal_configure_view.h"
@@ -25,20 +26,19 @@ using test::PcscCall;
 using test::ScriptedPcsc;
 using Names = std::vector<std::string>;
 
-// A reader whose list of reader names is given as the multi-string PC/SC hands over; a second
-// list, when given, is what a reader plugged in after the first call makes of it.
+// A reader whose reader list is served as the multi-strings given, in turn (the next one when a
+// reader arrives between the length and the list).
 class ListingPcsc : public ScriptedPcsc {
  public:
-  std::vector<std::string> lists;  // served in turn, the last one for good
+  std::vector<std::string> lists;
   std::vector<bool> askedWithBuffer;
   PcscLong ListReaders(PcscContext context, char* readers, PcscDword* length) override {
     askedWithBuffer.push_back(readers != nullptr);
     if (lists.size() > 1 && readers != nullptr) lists.erase(lists.begin());
     if (lists.empty()) return ScriptedPcsc::ListReaders(context, readers, length);
     const std::string& list = lists.front();
-    if (readers != nullptr && *length < list.size()) {
+    if (readers != nullptr && *length < list.size())
       return ScardResult(scard::E_INSUFFICIENT_BUFFER);
-    }
     if (readers != nullptr) list.copy(readers, list.size());
     *length = static_cast<PcscDword>(list.size());
     return 0;
@@ -56,87 +56,85 @@ TEST(ConfigureModel, ListsTheReadersAfterTheUnknownEntry) {
     const char* name;
     std::vector<std::string> lists;
     Names readers;
+    std::uint32_t result = 0;
   } cases[] = {
       {"none", {std::string(1, '\0')}, {}},
+      {"no reader service", {}, {}, scard::E_NO_READERS_AVAILABLE},
       {"one", {std::string("Reader A\0\0", 10)}, {"Reader A"}},
       {"several", {std::string("A\0B 01\0C\0\0", 10)}, {"A", "B 01", "C"}},
       {"very long name", {longName + std::string(2, '\0')}, {longName}},
       {"no final zeros", {std::string("A\0B", 3)}, {"A", "B"}},
-      {"a reader arrives between the calls",
-       {std::string("A\0\0", 3), std::string("A\0B\0\0", 5)},
-       {"A", "B"}},
+      {"a reader arrives", {std::string("A\0\0", 3), std::string("A\0B\0\0", 5)}, {"A", "B"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     auto pcsc = std::make_shared<ListingPcsc>();
     pcsc->lists = c.lists;
+    if (c.result != 0) pcsc->QueueResult(PcscCall::ListReaders, c.result);
     const ConfigureModel model(Request(pcsc));
     Names expected = {"-- Unknown --"};
     expected.insert(expected.end(), c.readers.begin(), c.readers.end());
     EXPECT_EQ(model.readerEntries(), expected);
-    EXPECT_EQ(model.listResult(), 0);
-    ASSERT_GE(pcsc->askedWithBuffer.size(), 2U);
-    EXPECT_FALSE(pcsc->askedWithBuffer.front());  // the length first
-    EXPECT_EQ(pcsc->OpenContexts(), 0U);          // its own context, released
+    EXPECT_EQ(ScardCode(model.listResult()), c.result);
+    EXPECT_FALSE(pcsc->askedWithBuffer.at(0));  // the length first
+    EXPECT_EQ(pcsc->OpenContexts(), 0U);        // its own context, released
   }
-  auto failing = std::make_shared<ListingPcsc>();
-  failing->QueueResult(PcscCall::ListReaders, scard::E_NO_READERS_AVAILABLE);
-  const ConfigureModel empty(Request(failing));
-  EXPECT_EQ(empty.readerEntries(), Names{"-- Unknown --"});
-  EXPECT_EQ(ScardCode(empty.listResult()), scard::E_NO_READERS_AVAILABLE);
 }
 
-TEST(ConfigureModel, SelectsTheCurrentDeviceAndProtocol) {
+TEST(ConfigureModel, SelectsTheCurrentSettingsAndHandsBackTheChoice) {
   auto pcsc = std::make_shared<ListingPcsc>();
   pcsc->lists = {std::string("A\0B\0\0", 5)};
   const struct {
     const char* device;
     std::int32_t protocol;
-    std::size_t reader;
+    std::size_t reader;  // selected entries
     std::size_t protocolEntry;
-  } cases[] = {{"B", 2, 2, 1}, {"A", 1, 1, 0}, {"<unknown>", 0, 0, 0}, {" A", 3, 0, 0}};
+    const char* okDevice;  // what OK hands back
+  } cases[] = {{"B", 2, 2, 1, "B"},
+               {"A", 1, 1, 0, "A"},
+               {"<unknown>", 0, 0, 0, "-- Inconnu --"},
+               {" A", 3, 0, 0, "-- Inconnu --"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.device);
-    const ConfigureModel model(Request(pcsc, c.device, c.protocol));
+    ConfigureModel model(Request(pcsc, c.device, c.protocol, "francais"));
     EXPECT_EQ(model.selectedReader(), c.reader);
     EXPECT_EQ(model.selectedProtocol(), c.protocolEntry);
     EXPECT_EQ(model.protocolEntries(), (Names{"T=0", "T=1"}));
+    model.SelectReader(9);  // out of range: ignored
+    const ConfigureAnswer ok = model.Ok();
+    EXPECT_TRUE(ok.confirmed);
+    EXPECT_EQ(ok.device, c.okDevice);
+    EXPECT_EQ(ok.protocol, static_cast<std::int32_t>(c.protocolEntry + 1));
+    const ReaderTestRequest test = model.Test();
+    EXPECT_EQ(std::tie(test.reader, test.protocol, test.language),
+              std::tie(ok.device, ok.protocol, "francais"));
   }
-}
-
-TEST(ConfigureModel, ButtonsHandBackTheChoice) {
-  auto pcsc = std::make_shared<ListingPcsc>();
-  pcsc->lists = {std::string("A\0B\0\0", 5)};
-  ConfigureModel model(Request(pcsc, "A", 1, "francais"));
-  model.SelectReader(2);
-  model.SelectProtocol(1);
-  model.SelectReader(9);  // out of range: ignored
-  const ConfigureAnswer ok = model.Ok();
-  EXPECT_TRUE(ok.confirmed);
-  EXPECT_EQ(ok.device, "B");
-  EXPECT_EQ(ok.protocol, 2);
   EXPECT_FALSE(ConfigureModel::Cancel().confirmed);
-  const ReaderTestRequest test = model.Test();
-  EXPECT_EQ(test.reader, "B");
-  EXPECT_EQ(test.protocol, 2);
-  EXPECT_EQ(test.language, "francais");
-  EXPECT_EQ(test.pcsc, pcsc);
 }
 
 TEST(ConfigureModel, CaptionsByLanguage) {
-  const auto pcsc = std::make_shared<ScriptedPcsc>();
-  const ConfigureCaptions french = ConfigureModel(Request(pcsc, "", 1, "Francais")).captions();
-  EXPECT_EQ(french.title, "Configuration de l'encodeur Orbanet Lumivex");
-  EXPECT_EQ(
-      Names({french.deviceLabel, french.unknownReader, french.protocolLabel, french.testButton,
-             french.cancelButton}),
-      Names({"&Encodeur :", "-- Inconnu --", "&Protocole :", "&Test encodeur...", "Annuler"}));
-  for (const char* language : {"", "english", "français"}) {
-    const ConfigureCaptions english = ConfigureModel(Request(pcsc, "", 1, language)).captions();
-    EXPECT_EQ(english.title, "Orbanet Lumivex encoder Configuration");
-    EXPECT_EQ(Names({english.deviceLabel, english.unknownReader, english.protocolLabel,
-                     english.testButton, english.cancelButton}),
-              Names({"&Encoder:", "-- Unknown --", "&Protocol:", "&Test settings...", "Cancel"}));
+  const Names french = {"Configuration de l'encodeur Orbanet Lumivex",
+                        "&Encodeur :",
+                        "-- Inconnu --",
+                        "&Protocole :",
+                        "&Test encodeur...",
+                        "Annuler",
+                        "OK"};
+  const Names english = {"Orbanet Lumivex encoder Configuration",
+                         "&Encoder:",
+                         "-- Unknown --",
+                         "&Protocol:",
+                         "&Test settings...",
+                         "Cancel",
+                         "OK"};
+  for (const auto& [language, expected] : std::vector<std::pair<const char*, Names>>{
+           {"francais", french}, {"FRANCAIS", french}, {"", english}, {"français", english}}) {
+    const auto pcsc = std::make_shared<ScriptedPcsc>();
+    const ConfigureCaptions c = ConfigureModel(Request(pcsc, "", 1, language)).captions();
+    EXPECT_EQ(Names({c.title, c.deviceLabel, c.unknownReader, c.protocolLabel, c.testButton,
+                     c.cancelButton, c.okButton}),
+              expected)
+        << language;
   }
   EXPECT_EQ(WithoutAccelerators("&Test && go&"), "Test & go&");
 }
@@ -151,41 +149,43 @@ struct FakeDialogs : Dialogs {
   }
 };
 
+// Number, Description, ComFunction and RdrCommand of the last-error record.
+auto Record(Encoder& e) {
+  const CError& r = e.LastError();
+  return std::make_tuple(r.Number(), r.Description(), r.ComFunction(), r.RdrCommand());
+}
+
 TEST(Configure, HandsTheEncodersContextToTheDialogAndTakesBackTheChoice) {
   auto dialogs = std::make_shared<FakeDialogs>();
   test::ScriptedEncoder bench(nullptr, dialogs);
-  std::vector<std::string> testLines;
+  std::string testLog;
   dialogs->answer = [&](const ConfigureRequest& request) {
     EXPECT_EQ(request.context, EncoderTestPeer::Context(bench.encoder));
     EXPECT_EQ(bench.pcsc->OpenCards(), 0U);  // the encoder let its card go for the test
     ConfigureModel model(request);
-    ReaderTest test(model.Test(), [&](const std::string& line) { testLines.push_back(line); });
+    ReaderTest test(model.Test(), nullptr);
     test.OnTimer();
-    EXPECT_TRUE(test.succeeded()) << test.log();
+    testLog = test.log();
     model.SelectProtocol(1);
     return model.Ok();
   };
-  const struct {
-    const char* name;
-    bool openFirst;
-  } cases[] = {{"closed: opened first", false}, {"open, holding the card", true}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const bool openFirst : {false, true}) {
+    SCOPED_TRACE(openFirst ? "open, holding the card" : "closed: opened first");
     bench.encoder.Parameters("Device=Scripted Reader 0\r\nProtocol=1");
-    if (c.openFirst) bench.Open();
+    if (openFirst) bench.Open();
     bench.trace.clear();
     EXPECT_EQ(bench.encoder.Configure("francais"), sceSuccess);
-    EXPECT_EQ(bench.encoder.LastError().Number(), 0);
-    EXPECT_EQ(bench.encoder.LastError().ComFunction(), "Configure");
+    EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
     EXPECT_EQ(bench.trace.front(), "--> Configure");
     EXPECT_EQ(bench.trace.back(), "<-- Configure");
     EXPECT_NE(bench.encoder.Parameters().find("Device=Scripted Reader 0\r\nProtocol=2\r\n"),
               std::string::npos);
-    EXPECT_EQ(dialogs->shown.back().language, "francais");
-    EXPECT_EQ(dialogs->shown.back().device, "Scripted Reader 0");
-    EXPECT_EQ(dialogs->shown.back().protocol, 1);
-    EXPECT_EQ(bench.pcsc->Count(PcscCall::EstablishContext), c.openFirst ? 0U : 1U);
-    EXPECT_EQ(testLines.back(), "<< Test réussi >>");
+    const ConfigureRequest& shown = dialogs->shown.back();
+    EXPECT_EQ(std::tie(shown.language, shown.device, shown.protocol),
+              std::make_tuple("francais", "Scripted Reader 0", 1));
+    EXPECT_EQ(bench.pcsc->Count(PcscCall::EstablishContext), openFirst ? 0U : 1U);
+    EXPECT_TRUE(testLog.ends_with("<< Test réussi >>")) << testLog;
+    EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);  // the encoder's context, lent, not released
     bench.encoder.CloseEncoder();
     bench.pcsc->ClearLog();
   }
@@ -199,33 +199,31 @@ TEST(Configure, CancelFailureAndMissingDialog) {
   dialogs->answer = [](const ConfigureRequest&) { return ConfigureModel::Cancel(); };
   bench.pcsc->SetCardPresent(false);  // an empty reader still opens
   EXPECT_EQ(bench.encoder.Configure(""), sceCanceled);
-  EXPECT_EQ(bench.encoder.LastError().Number(), 0);
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "Configure");
+  EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
   EXPECT_EQ(bench.encoder.Parameters(), before);
   bench.encoder.CloseEncoder();
 
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
-  EXPECT_EQ(bench.encoder.LastError().Number(), err::kCannotEstablish);
-  EXPECT_EQ(bench.encoder.LastError().Description(), "Cannot open encoder");
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "Configure");
-  EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "OpenEncoder:SCardEstablishContext");
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "Configure",
+                            "OpenEncoder:SCardEstablishContext"));
   EXPECT_EQ(dialogs->shown.size(), 1U);  // not shown again
 
   dialogs->answer = [](const ConfigureRequest&) -> ConfigureAnswer {
     throw std::runtime_error("no display");
   };
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
-  EXPECT_EQ(bench.encoder.LastError().Number(), err::kNoDialog);
-  EXPECT_EQ(bench.encoder.LastError().Description(), "The configuration dialog failed: no display");
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kNoDialog, "The configuration dialog failed: no display",
+                            "Configure", ""));
   EXPECT_EQ(bench.encoder.Parameters(), before);
 
-  test::ScriptedEncoder bare;  // no dialog binding at all
+  test::ScriptedEncoder bare;  // no dialog binding at all: nothing is opened
   bare.pcsc->ClearLog();
   EXPECT_EQ(bare.encoder.Configure("francais"), sceError);
-  EXPECT_EQ(bare.encoder.LastError().Number(), err::kNoDialog);
-  EXPECT_EQ(bare.encoder.LastError().Description(), "No dialog can be shown");
-  EXPECT_EQ(bare.encoder.LastError().ComFunction(), "Configure");
+  EXPECT_EQ(Record(bare.encoder),
+            std::make_tuple(err::kNoDialog, "No dialog can be shown", "Configure", ""));
   EXPECT_TRUE(bare.pcsc->calls().empty());
 }
 

@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "sim/mifare/mifare_classic_card.h"
-#include "sim/simulated_pcsc.h"
 #include "tests/support/scripted_pcsc.h"
 #include "ui/reader_test.h"
 
@@ -17,25 +15,6 @@ namespace {
 using test::PcscCall;
 using test::ScriptedPcsc;
 using Lines = std::vector<std::string>;
-
-struct Outcome {
-  Lines lines;  // as the sink received them
-  bool succeeded = false;
-  std::string log;
-};
-
-Outcome RunTest(const std::shared_ptr<PcscApi>& pcsc, const std::string& reader,
-                const std::string& language, std::int32_t protocol, PcscContext context = 0) {
-  Outcome run;
-  ReaderTest test({language, reader, protocol, pcsc, context},
-                  [&run](const std::string& line) { run.lines.push_back(line); });
-  test.OnTimer();
-  test.OnTimer();  // later ticks run nothing
-  EXPECT_TRUE(test.finished());
-  run.succeeded = test.succeeded();
-  run.log = test.log();
-  return run;
-}
 
 std::string Opening(bool french, const std::string& protocol) {
   return std::string(french ? "Ouverture de l'encodeur \"" : "Opening encoder \"") +
@@ -150,49 +129,23 @@ TEST(ReaderTest, ShowsEveryLineOfEachOutcome) {
     SCOPED_TRACE(c.name);
     auto pcsc = std::make_shared<ScriptedPcsc>();
     c.setup(*pcsc);
-    const Outcome run = RunTest(pcsc, ScriptedPcsc::kReaderName, c.language, c.protocol);
+    Lines lines;
+    ReaderTest test({c.language, ScriptedPcsc::kReaderName, c.protocol, pcsc, 0},
+                    [&lines](const std::string& line) { lines.push_back(line); });
+    test.OnTimer();
+    test.OnTimer();  // later ticks run nothing
     Lines expected = {c.french ? "Début du test." : "Starting the test."};
     expected.insert(expected.end(), c.expected.begin(), c.expected.end());
-    EXPECT_EQ(run.lines, expected);
-    EXPECT_EQ(run.succeeded, c.succeeded);
+    EXPECT_EQ(lines, expected);
+    EXPECT_TRUE(test.finished());
+    EXPECT_EQ(test.succeeded(), c.succeeded);
     std::string joined;
-    for (const auto& line : run.lines) joined += (joined.empty() ? "" : "\r\n") + line;
-    EXPECT_EQ(run.log, joined);
+    for (const auto& line : lines) joined += (joined.empty() ? "" : "\r\n") + line;
+    EXPECT_EQ(test.log(), joined);
     // The test's own context and card connection are both let go.
     EXPECT_EQ(pcsc->OpenContexts(), 0U);
     EXPECT_EQ(pcsc->OpenCards(), 0U);
   }
-}
-
-TEST(ReaderTest, BorrowsAHandedContextWithoutReleasingIt) {
-  auto pcsc = std::make_shared<ScriptedPcsc>();
-  PcscContext context = 0;
-  ASSERT_EQ(pcsc->EstablishContext(scard::SCOPE_SYSTEM, &context), 0);
-  const Outcome run = RunTest(pcsc, ScriptedPcsc::kReaderName, "", 2, context);
-  EXPECT_TRUE(run.succeeded);
-  EXPECT_EQ(pcsc->Count(PcscCall::EstablishContext), 1U);
-  EXPECT_EQ(pcsc->Count(PcscCall::ReleaseContext), 0U);
-  EXPECT_EQ(pcsc->connects().at(0).shareMode, scard::SHARE_EXCLUSIVE);
-  EXPECT_EQ(pcsc->OpenCards(), 0U);
-}
-
-TEST(ReaderTest, RunsOnTheSimulatedReader) {
-  auto sim = std::make_shared<sim::SimulatedPcsc>();
-  const Outcome empty = RunTest(sim, sim->readerName(), "", 2);
-  EXPECT_FALSE(empty.succeeded);
-  EXPECT_EQ(empty.lines.back(), "<< Test failed >>");
-  sim->InsertCard(sim::MakeMifareClassic({}));
-  const Outcome card = RunTest(sim, sim->readerName(), "", 2);
-  EXPECT_TRUE(card.succeeded);
-  EXPECT_EQ(card.lines.at(3), "Encoder type: Lumivex Simulator 0");
-  EXPECT_EQ(card.lines.at(7), "Version: 3.0.258");
-  // The card is free again for the next program.
-  PcscContext context = 0;
-  PcscHandle handle = 0;
-  PcscDword active = 0;
-  sim->EstablishContext(scard::SCOPE_SYSTEM, &context);
-  EXPECT_EQ(sim->Connect(context, sim->readerName(), scard::SHARE_EXCLUSIVE, 2, &handle, &active),
-            0);
 }
 
 }  // namespace
