@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "cli/demo.h"
+#include "cli/dialog_commands.h"
 #include "cli/output.h"
 #include "cli/script_runner.h"
 #include "cli/tool_context.h"
@@ -128,6 +129,13 @@ int RunTool(int argc, char** argv) {
   script->add_option("FILE", scriptFile, "script file, or - for standard input")->required();
   auto* demo = app.add_subcommand("demo", "encode a MIFARE Classic and a DESFire card, checked");
   auto* idl = app.add_subcommand("idl", "print the interface description of the COM component");
+  std::string language;
+  auto* configure = app.add_subcommand(
+      "configure", "choose the reader and the protocol, test them, print the Parameters text");
+  configure->add_option("--language", language, "francais for French, anything else English");
+  auto* testReader = app.add_subcommand(
+      "test-reader", "the reader test on --reader and --protocol (exit status 0 on success)");
+  testReader->add_option("--language", language, "francais for French, anything else English");
 
   try {
     app.parse(argc, argv);
@@ -157,6 +165,10 @@ int RunTool(int argc, char** argv) {
     if (uid->parsed()) return Uid(context, std::cout);
     if (script->parsed()) return Script(context, scriptFile, std::cout, std::cerr);
     if (demo->parsed()) return RunDemo(context, std::cout);
+    if (configure->parsed()) {
+      return ConfigureCommand(context, language, std::cin, std::cout, std::cerr);
+    }
+    if (testReader->parsed()) return TestReaderCommand(context, language, std::cout, std::cerr);
   } catch (const std::exception& e) {
     std::cerr << "lumivex: " << e.what() << "\n";
     return 1;

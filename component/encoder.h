@@ -127,8 +127,11 @@ class Encoder {
   std::int32_t CardType();  // a sceCardTypes value, or any number the card list gives
   std::int32_t SerialNumberLength();
 
-  // ---- Host information ----
+  // ---- Host information and configuration ----
   std::string GetInformation();
+  // Shows the configuration dialog (through the dialogs seam) in the Language ("francais" or
+  // English); on confirmation the chosen reader and protocol become Device and Protocol.
+  sceReturnCode Configure(const std::string& Language);
 
   // ---- MIFARE Classic: blocks ----
   sceReturnCode MifareReadDataBloc(std::int32_t BlocNumber, const std::string& Key,

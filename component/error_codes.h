@@ -17,6 +17,8 @@ constexpr std::int32_t kCannotConnect = Code(0x90010F03);          // "Cannot op
 constexpr std::int32_t kCommandFailed = Code(0x90010F04);          // "Encoder command failed"
 constexpr std::int32_t kAuthenticationFailure = Code(0x90010F05);  // "Authentication failure"
 constexpr std::int32_t kEncoderEmpty = Code(0x90010F06);           // "No card in encoder"
+// Configure: the dialog could not be shown (no dialog binding, or the binding failed).
+constexpr std::int32_t kNoDialog = Code(0x90010F10);
 
 // MIFARE.
 constexpr std::int32_t kIncorrectOffsets = Code(0x90010B04);  // "Incorrect offsets in parameters"

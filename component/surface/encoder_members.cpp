@@ -311,6 +311,8 @@ std::vector<MemberSpec> Build() {
                [](E& e) { return Variant::FromInt32(e.SerialNumberLength()); }),
       Function("GetInformation", {},
                [](E& e, Slots&) { return Value(Variant::FromText(e.GetInformation())); }),
+      Operation("Configure", {In("Language", TEXT)},
+                [](E& e, Slots& s) { return Code(e.Configure(s[0].text)); }),
       // ---- MIFARE Classic: unprefixed forwarders, then the operations ----
       Operation("ReadDataBloc", BlocReadWrite(), BlocCall(&E::ReadDataBloc)),
       Operation("ReadManufacturerCode", ManufacturerCode(),

@@ -19,8 +19,9 @@
 namespace lumivex::test {
 
 struct ScriptedEncoder {
-  explicit ScriptedEncoder(std::shared_ptr<RegistryApi> registry = nullptr)
-      : encoder(Platform{pcsc, host, std::move(registry)}) {
+  explicit ScriptedEncoder(std::shared_ptr<RegistryApi> registry = nullptr,
+                           std::shared_ptr<Dialogs> dialogs = nullptr)
+      : encoder(Platform{pcsc, host, std::move(registry), std::move(dialogs)}) {
     encoder.SetTraceSink([this](std::string_view line) { trace.emplace_back(line); });
     encoder.Parameters(std::string("Device=") + ScriptedPcsc::kReaderName);
   }

@@ -41,6 +41,7 @@ TEST(Surface, EncoderMembersComeInTheInterfaceOrderWithDispidsFromOne) {
                                              "CardType",
                                              "SerialNumberLength",
                                              "GetInformation",
+                                             "Configure",
                                              "ReadDataBloc",
                                              "ReadManufacturerCode",
                                              "WriteDataBloc",
