@@ -45,6 +45,7 @@ class EncoderObject final : public DualObject<::_Encoder> {
   HRESULT STDMETHODCALLTYPE get_CardType(::sceCardTypes* Value) override;
   HRESULT STDMETHODCALLTYPE get_SerialNumberLength(LONG* Value) override;
   HRESULT STDMETHODCALLTYPE GetInformation(BSTR* Result) override;
+  HRESULT STDMETHODCALLTYPE Configure(BSTR Language, ::sceReturnCode* Result) override;
   HRESULT STDMETHODCALLTYPE ReadDataBloc(LONG BlocNumber, BSTR Key, unsigned char KeyType,
                                          BSTR* BlocContents, ::sceReturnCode* Result) override;
   HRESULT STDMETHODCALLTYPE ReadManufacturerCode(BSTR Key, unsigned char KeyType,

@@ -44,6 +44,10 @@ HRESULT STDMETHODCALLTYPE EncoderObject::GetInformation(BSTR* Result) {
   return Run("GetInformation", Result);
 }
 
+HRESULT STDMETHODCALLTYPE EncoderObject::Configure(BSTR Language, ::sceReturnCode* Result) {
+  return Run("Configure", Result, Language);
+}
+
 HRESULT STDMETHODCALLTYPE EncoderObject::ReadDataBloc(LONG BlocNumber, BSTR Key,
                                                       unsigned char KeyType, BSTR* BlocContents,
                                                       ::sceReturnCode* Result) {
