@@ -1,17 +1,16 @@
 ' The session, text and MIFARE Classic members of _Encoder and the CError properties, late-bound,
 ' on a simulated MIFARE Classic 1K card.
-' Arguments: the folder of check.vbs and the generated enums.vbs, and the card's UID.
+' Arguments: the folder of check.vbs, the enums.vbs written from the type library, the card's UID.
 Option Explicit
-Dim fso, folder
+Dim fso
 Set fso = CreateObject("Scripting.FileSystemObject")
-folder = WScript.Arguments(0)
-ExecuteGlobal fso.OpenTextFile(folder & "\check.vbs").ReadAll()
-ExecuteGlobal fso.OpenTextFile(folder & "\enums.vbs").ReadAll()
+ExecuteGlobal fso.OpenTextFile(WScript.Arguments(0) & "\check.vbs").ReadAll()
+ExecuteGlobal fso.OpenTextFile(WScript.Arguments(1)).ReadAll()
 gSuite = "mifare"
 
 Const Key = "FFFFFFFFFFFF"
 Const Reader = "Lumivex Simulator 0"
-Dim uid: uid = WScript.Arguments(1)
+Dim uid: uid = WScript.Arguments(2)
 Dim shell: Set shell = CreateObject("WScript.Shell")
 Dim cardList: cardList = "HKLM\Software\Pellworth Systems\Badgeline\7.0\Contactless\Card types\"
 shell.RegWrite cardList & "Mifare Classic 1K", "11;3B 8F 80 01 80 4F 0C A0 00 00 03 06 03 00 01;04", "REG_SZ"
