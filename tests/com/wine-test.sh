@@ -11,7 +11,7 @@ set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tests/com/wine-env.sh
 source "$here/wine-env.sh"
-lumivex_wine_env || exit 1
+lumivex_wine_env || exit $?
 mkdir -p "$LUMIVEX_BUILD/wine"
 constants=$LUMIVEX_BUILD/wine/enums.vbs
 
