@@ -49,16 +49,6 @@ class SimulatedPcscTest : public testing::Test {
   PcscHandle card_ = 0;
 };
 
-TEST_F(SimulatedPcscTest, ListReadersAsAMultiString) {
-  PcscDword length = 0;
-  ASSERT_EQ(pcsc_.ListReaders(context_, nullptr, &length), kOk);
-  std::string buffer(length, 'x');
-  PcscDword shortLength = length - 1;
-  EXPECT_EQ(pcsc_.ListReaders(context_, buffer.data(), &shortLength), R(E_INSUFFICIENT_BUFFER));
-  ASSERT_EQ(pcsc_.ListReaders(context_, buffer.data(), &length), kOk);
-  EXPECT_EQ(buffer, std::string("Lumivex Simulator 0") + '\0' + '\0');
-}
-
 TEST_F(SimulatedPcscTest, ConnectRules) {
   PcscHandle other = 0;
   PcscDword protocol = 0;
