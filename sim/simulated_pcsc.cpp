@@ -56,6 +56,16 @@ void SimulatedPcsc::RemoveCard() {
   reader_.RemoveCard();
 }
 
+std::size_t SimulatedPcsc::openContexts() const {
+  std::lock_guard lock(mutex_);
+  return contexts_.size();
+}
+
+std::size_t SimulatedPcsc::openConnections() const {
+  std::lock_guard lock(mutex_);
+  return connections_.size();
+}
+
 std::size_t SimulatedPcsc::transmitCount() const {
   std::lock_guard lock(mutex_);
   return transmits_;

@@ -26,6 +26,9 @@ class SimulatedPcsc : public PcscApi {
   void RemoveCard();
   // Frames transmitted to the reader so far.
   std::size_t transmitCount() const;
+  // Contexts and card connections established and not released yet.
+  std::size_t openContexts() const;
+  std::size_t openConnections() const;
 
   PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
   PcscLong ReleaseContext(PcscContext context) override;
