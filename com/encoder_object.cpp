@@ -147,8 +147,9 @@ HRESULT STDMETHODCALLTYPE EncoderObject::get_LastError(::_CError** Value) {
 }
 
 HRESULT STDMETHODCALLTYPE EncoderObject::get_EncoderState(::sceEncoderState* Value) {
+  if (Value == nullptr) return Reported(E_POINTER);
   LONG state = 0;
-  const HRESULT hr = GetNumber("EncoderState", Value != nullptr ? &state : nullptr);
+  const HRESULT hr = GetNumber("EncoderState", &state);
   if (SUCCEEDED(hr)) *Value = static_cast<::sceEncoderState>(state);
   return hr;
 }
@@ -162,8 +163,9 @@ HRESULT STDMETHODCALLTYPE EncoderObject::get_ATRString(BSTR* Value) {
 }
 
 HRESULT STDMETHODCALLTYPE EncoderObject::get_CardType(::sceCardTypes* Value) {
+  if (Value == nullptr) return Reported(E_POINTER);
   LONG type = 0;
-  const HRESULT hr = GetNumber("CardType", Value != nullptr ? &type : nullptr);
+  const HRESULT hr = GetNumber("CardType", &type);
   if (SUCCEEDED(hr)) *Value = static_cast<::sceCardTypes>(type);
   return hr;
 }

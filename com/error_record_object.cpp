@@ -78,7 +78,7 @@ HRESULT ErrorRecordObject::Get(const char* name, BSTR* value) {
   }
 }
 
-HRESULT ErrorRecordObject::Put(const char* name, Variant value) {
+HRESULT ErrorRecordObject::Put(const char* name, const Variant& value) {
   try {
     Find(name)->set(Record(), value);
     return S_OK;

@@ -40,7 +40,7 @@ class ErrorRecordObject final : public DualObject<::_CError> {
   CError& Record() { return shown_ != nullptr ? *shown_ : own_; }
   HRESULT Get(const char* name, LONG* value);
   HRESULT Get(const char* name, BSTR* value);
-  HRESULT Put(const char* name, Variant value);
+  HRESULT Put(const char* name, const Variant& value);
 
   CError own_;
   CError* shown_ = nullptr;

@@ -14,19 +14,19 @@ class Checks {
   bool That(bool condition, const std::string& what) {
     ++count_;
     if (!condition) ++failed_;
-    std::printf("%s %s\n", condition ? "ok  " : "FAIL", what.c_str());
-    std::fflush(stdout);
+    (void)std::printf("%s %s\n", condition ? "ok  " : "FAIL", what.c_str());
+    (void)std::fflush(stdout);
     return condition;
   }
   void Skip(const std::string& what, const std::string& why) {
     ++skipped_;
-    std::printf("SKIPPED %s: %s\n", what.c_str(), why.c_str());
-    std::fflush(stdout);
+    (void)std::printf("SKIPPED %s: %s\n", what.c_str(), why.c_str());
+    (void)std::fflush(stdout);
   }
-  int Finish() const {
-    std::printf("SUMMARY %s: %d checks, %d failed, %d skipped\n", program_, count_, failed_,
+  [[nodiscard]] int Finish() const {
+    (void)std::printf("SUMMARY %s: %d checks, %d failed, %d skipped\n", program_, count_, failed_,
                 skipped_);
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
     return failed_ > 100 ? 100 : failed_;
   }
 
