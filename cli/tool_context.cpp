@@ -3,11 +3,9 @@
 #include <cmath>
 #include <iostream>
 
-#include "component/hex.h"
 #include "component/texts.h"
 #include "platform/platform.h"
-#include "sim/desfire/desfire_card.h"
-#include "sim/mifare/mifare_classic_card.h"
+#include "sim/card_factory.h"
 
 namespace lumivex::cli {
 
@@ -40,45 +38,17 @@ bool ToolContext::InsertSimulatedCard(const std::string& kind, std::string& erro
     error = "no simulated reader (use --simulate)";
     return false;
   }
-  std::string uidText = options_.uid;
-  const bool uidGiven = !uidText.empty();
-  if (uidGiven && !IsHexString(uidText)) {
-    error = "--uid must be hexadecimal";
+  sim::CardChoice choice = sim::MakeCard(kind, options_.uid, options_.seed);
+  if (!choice.ok()) {
+    error = choice.error;
     return false;
   }
-  const std::vector<std::uint8_t> uid = HexToBytes(uidText);
-  if (kind == "none") {
+  if (choice.card) {
+    simulator_->InsertCard(std::move(choice.card));
+  } else {
     simulator_->RemoveCard();
-    return true;
   }
-  if (kind == "mifare1k" || kind == "mifare4k") {
-    sim::MifareClassicOptions card;
-    card.fourK = kind == "mifare4k";
-    if (uidGiven) {
-      if (uid.size() != card.uid.size()) {
-        error = "a MIFARE Classic UID has 4 bytes (8 hexadecimal digits)";
-        return false;
-      }
-      std::copy(uid.begin(), uid.end(), card.uid.begin());
-    }
-    simulator_->InsertCard(sim::MakeMifareClassic(card));
-    return true;
-  }
-  if (kind == "desfire") {
-    sim::DesfireOptions card;
-    card.seed = options_.seed;
-    if (uidGiven) {
-      if (uid.size() != card.uid.size()) {
-        error = "a DESFire UID has 7 bytes (14 hexadecimal digits)";
-        return false;
-      }
-      std::copy(uid.begin(), uid.end(), card.uid.begin());
-    }
-    simulator_->InsertCard(sim::MakeDesfire(card));
-    return true;
-  }
-  error = "unknown card kind '" + kind + "' (desfire, mifare1k, mifare4k or none)";
-  return false;
+  return true;
 }
 
 std::vector<std::string> ToolContext::ListReaders(std::string& error) {

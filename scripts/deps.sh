@@ -6,7 +6,8 @@ packages=(
   cmake ninja-build g++ pkg-config clang libclang-rt-14-dev
   libpcsclite-dev pcscd vsmartcard-vpcd pcsc-tools
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libssl-dev
-  g++-mingw-w64-i686 g++-mingw-w64-x86-64
+  g++-mingw-w64-i686 g++-mingw-w64-x86-64 mingw-w64-tools
+  wine wine64 libwine-dev xvfb xauth imagemagick
 )
 
 missing=()

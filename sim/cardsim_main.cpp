@@ -2,20 +2,16 @@
 // driver. The program connects to the driver on localhost, answers it as a MIFARE Classic 1K/4K or
 // DESFire card, reconnects when the driver goes away, and stops on SIGTERM or SIGINT.
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <array>
 #include <atomic>
-#include <cctype>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <map>
-#include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "sim/desfire/desfire_card.h"
-#include "sim/mifare/mifare_classic_card.h"
+#include "sim/card_factory.h"
 #include "sim/simulated_reader.h"
 #include "sim/vpcd_client.h"
 
@@ -34,34 +30,6 @@ void InstallStopHandlers() {
   (void)sigaction(SIGTERM, &action, nullptr);
   (void)sigaction(SIGINT, &action, nullptr);
   (void)std::signal(SIGPIPE, SIG_IGN);
-}
-
-std::optional<std::vector<std::uint8_t>> ParseHex(const std::string& text) {
-  std::vector<std::uint8_t> bytes;
-  std::string digits;
-  for (const char c : text) {
-    if (c == ' ' || c == ':') continue;
-    if (std::isxdigit(static_cast<unsigned char>(c)) == 0) return std::nullopt;
-    digits.push_back(c);
-  }
-  if (digits.size() % 2 != 0) return std::nullopt;
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
-template <std::size_t N>
-bool FillUid(const std::string& text, std::array<std::uint8_t, N>& uid) {
-  if (text.empty()) return true;
-  const auto bytes = ParseHex(text);
-  if (!bytes || bytes->size() != N) {
-    (void)std::fprintf(
-        stderr, "lumivex-cardsim: --uid must be %zu bytes (%zu hexadecimal digits)\n", N, 2 * N);
-    return false;
-  }
-  std::copy(bytes->begin(), bytes->end(), uid.begin());
-  return true;
 }
 
 int Run(int argc, char** argv) {
@@ -94,17 +62,12 @@ int Run(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
 
   lumivex::sim::SimulatedReader reader(seed);
-  if (card == "desfire") {
-    lumivex::sim::DesfireOptions options;
-    options.seed = seed;
-    if (!FillUid(uidText, options.uid)) return 2;
-    reader.InsertCard(lumivex::sim::MakeDesfire(options));
-  } else if (card == "mifare1k" || card == "mifare4k") {
-    lumivex::sim::MifareClassicOptions options;
-    options.fourK = card == "mifare4k";
-    if (!FillUid(uidText, options.uid)) return 2;
-    reader.InsertCard(lumivex::sim::MakeMifareClassic(options));
+  lumivex::sim::CardChoice choice = lumivex::sim::MakeCard(card, uidText, seed);
+  if (!choice.ok()) {
+    (void)std::fprintf(stderr, "lumivex-cardsim: %s\n", choice.error.c_str());
+    return 2;
   }
+  if (choice.card) reader.InsertCard(std::move(choice.card));
   reader.SetFault(faults.at(faultName), faultFrames);
 
   InstallStopHandlers();

@@ -56,6 +56,16 @@ void SimulatedPcsc::RemoveCard() {
   reader_.RemoveCard();
 }
 
+std::size_t SimulatedPcsc::openContexts() const {
+  std::lock_guard lock(mutex_);
+  return contexts_.size();
+}
+
+std::size_t SimulatedPcsc::openConnections() const {
+  std::lock_guard lock(mutex_);
+  return connections_.size();
+}
+
 std::size_t SimulatedPcsc::transmitCount() const {
   std::lock_guard lock(mutex_);
   return transmits_;
@@ -96,32 +106,60 @@ PcscLong SimulatedPcsc::Connect(PcscContext context, const std::string& reader, 
   if (!contexts_.contains(context)) return Result(scard::E_INVALID_HANDLE);
   if (card == nullptr || activeProtocol == nullptr) return Result(scard::E_INVALID_PARAMETER);
   if (reader != readerName_) return Result(scard::E_UNKNOWN_READER);
+  Connection connection;
+  connection.context = context;
+  connection.shareMode = shareMode;
+  const PcscLong admitted = Admit(connection, preferredProtocols, 0);
+  if (admitted != Result(scard::S_SUCCESS)) return admitted;
+  *card = nextHandle_++;
+  *activeProtocol = connection.protocol;
+  connections_[*card] = connection;
+  return Result(scard::S_SUCCESS);
+}
+
+PcscLong SimulatedPcsc::Reconnect(PcscHandle card, PcscDword shareMode,
+                                  PcscDword preferredProtocols, PcscDword initialization,
+                                  PcscDword* activeProtocol) {
+  constexpr PcscDword kUnpowerCard = 2;
+  std::lock_guard lock(mutex_);
+  const auto found = connections_.find(card);
+  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  if (activeProtocol == nullptr) return Result(scard::E_INVALID_PARAMETER);
+  if (initialization > kUnpowerCard) return Result(scard::E_INVALID_VALUE);
+  if (!reader_.HasCard()) return Result(scard::W_REMOVED_CARD);
+  Connection renewed = found->second;
+  renewed.shareMode = shareMode;
+  const PcscLong admitted = Admit(renewed, preferredProtocols, card);
+  if (admitted != Result(scard::S_SUCCESS)) return admitted;
+  const bool sameCard = found->second.cardGeneration == cardGeneration_;
+  found->second = renewed;
+  *activeProtocol = renewed.protocol;
+  if (sameCard && initialization != scard::LEAVE_CARD) reader_.PowerCycle();
+  return Result(scard::S_SUCCESS);
+}
+
+PcscLong SimulatedPcsc::Admit(Connection& connection, PcscDword preferredProtocols,
+                              PcscHandle except) const {
   // Direct connections (no card needed) are not offered by this reader.
-  if (shareMode != scard::SHARE_EXCLUSIVE && shareMode != scard::SHARE_SHARED) {
+  if (connection.shareMode != scard::SHARE_EXCLUSIVE &&
+      connection.shareMode != scard::SHARE_SHARED) {
     return Result(scard::E_INVALID_VALUE);
   }
   if ((preferredProtocols & (scard::PROTOCOL_T0 | scard::PROTOCOL_T1)) == 0) {
     return Result(scard::E_PROTO_MISMATCH);
   }
   if (!reader_.HasCard()) return Result(scard::E_NO_SMARTCARD);
-
   for (const auto& [handle, other] : connections_) {
-    if (other.cardGeneration != cardGeneration_) continue;  // from before a removal
-    if (shareMode == scard::SHARE_EXCLUSIVE || other.shareMode == scard::SHARE_EXCLUSIVE) {
+    if (handle == except || other.cardGeneration != cardGeneration_) continue;
+    if (connection.shareMode == scard::SHARE_EXCLUSIVE ||
+        other.shareMode == scard::SHARE_EXCLUSIVE) {
       return Result(scard::E_SHARING_VIOLATION);
     }
   }
-
-  Connection connection;
-  connection.context = context;
-  connection.shareMode = shareMode;
   // A contactless reader offers both protocols; T=1 is chosen when the caller allows it.
   connection.protocol =
       (preferredProtocols & scard::PROTOCOL_T1) != 0 ? scard::PROTOCOL_T1 : scard::PROTOCOL_T0;
   connection.cardGeneration = cardGeneration_;
-  *card = nextHandle_++;
-  *activeProtocol = connection.protocol;
-  connections_[*card] = connection;
   return Result(scard::S_SUCCESS);
 }
 

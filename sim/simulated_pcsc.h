@@ -26,6 +26,9 @@ class SimulatedPcsc : public PcscApi {
   void RemoveCard();
   // Frames transmitted to the reader so far.
   std::size_t transmitCount() const;
+  // Contexts and card connections established and not released yet.
+  std::size_t openContexts() const;
+  std::size_t openConnections() const;
 
   PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
   PcscLong ReleaseContext(PcscContext context) override;
@@ -34,6 +37,11 @@ class SimulatedPcsc : public PcscApi {
                    PcscDword preferredProtocols, PcscHandle* card,
                    PcscDword* activeProtocol) override;
   PcscLong Disconnect(PcscHandle card, PcscDword disposition) override;
+  // Renews a connection with new share and protocol choices. initialization: LEAVE_CARD keeps the
+  // card as it is, RESET_CARD or SCARD_UNPOWER_CARD (2) power-cycles it. A connection from before
+  // a card change is attached to the card now in the reader.
+  PcscLong Reconnect(PcscHandle card, PcscDword shareMode, PcscDword preferredProtocols,
+                     PcscDword initialization, PcscDword* activeProtocol);
   PcscLong Status(PcscHandle card, std::string* readerName, PcscDword* state, PcscDword* protocol,
                   std::uint8_t* atr, PcscDword* atrLength) override;
   PcscLong GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
@@ -49,6 +57,10 @@ class SimulatedPcsc : public PcscApi {
     PcscDword protocol = 0;
     std::uint64_t cardGeneration = 0;  // the insertion this connection belongs to
   };
+
+  // The rules Connect and Reconnect share: share mode, protocols, a card, no conflicting
+  // connection (other than `except`). On success the connection's protocol is set.
+  PcscLong Admit(Connection& connection, PcscDword preferredProtocols, PcscHandle except) const;
 
   mutable std::mutex mutex_;
   std::string readerName_;

@@ -72,12 +72,12 @@ void TypedCalls(lumivex::wine::Checks& check, _Encoder& e) {
   SCBS_SecurityLevelEnum s1 = scbs_A_Nothing;
   SCBS_SecurityLevelEnum s2 = scbs_A_Nothing;
   SCSS_SecurityLevelEnum conditions = scss_A_Nothing;
-  check.That(e.MifareReadSectorTrailer(1, key.get(), 0, &keysUsed, &s0, &s1, &s2, &conditions,
-                                       &bx, &rc) == S_OK &&
+  check.That(e.MifareReadSectorTrailer(1, key.get(), 0, &keysUsed, &s0, &s1, &s2, &conditions, &bx,
+                                       &rc) == S_OK &&
                  rc == sceSuccess,
              "MifareReadSectorTrailer with typed enum outputs");
-  // A blank card's trailer (FF 07 80 69) lets key A read and write everything.
-  check.That(s0 == scbs_A_ReadWrite && conditions != scss_A_Nothing,
+  // A blank card's trailer (FF 07 80 69) lets both keys read and write the data blocks.
+  check.That(s0 == scbs_A_ReadWrite + scbs_B_ReadWrite && conditions != scss_A_Nothing,
              "the sector's access levels come back: Security0=" + std::to_string(s0));
 
   ComPtr<_CError> record;
@@ -106,9 +106,9 @@ void TypedCalls(lumivex::wine::Checks& check, _Encoder& e) {
   ComPtr<_CError> own;
   CoCreateInstance(__uuidof(::CError), nullptr, CLSCTX_INPROC_SERVER, __uuidof(_CError),
                    reinterpret_cast<void**>(own.Receive()));
-  check.That(own && own->put_Number(77) == S_OK && own->put_RdrRetCode(MakeBstr("6A82").get()) ==
-                                                          S_OK,
-             "a CError created by the host takes values");
+  check.That(
+      own && own->put_Number(77) == S_OK && own->put_RdrRetCode(MakeBstr("6A82").get()) == S_OK,
+      "a CError created by the host takes values");
   own->get_Number(&number);
   own->get_RdrRetCode(&text);
   check.That(number == 77 && Take(text) == "6A82", "and keeps them");
@@ -156,6 +156,48 @@ void Reentrance(lumivex::wine::Checks& check) {
   next->CloseEncoder(&rc);
 }
 
+// LUMIVEX_TRACE: each Encoder created while it is set appends its trace lines to that file, with
+// the keys masked.
+void TraceFile(lumivex::wine::Checks& check) {
+  wchar_t folder[MAX_PATH] = {};
+  wchar_t path[MAX_PATH] = {};
+  GetTempPathW(MAX_PATH, folder);
+  GetTempFileNameW(folder, L"lvx", 0, path);
+  SetEnvironmentVariableW(L"LUMIVEX_TRACE", path);
+  {
+    ComPtr<_Encoder> e = NewEncoder();
+    SetEnvironmentVariableW(L"LUMIVEX_TRACE", nullptr);
+    e->put_Parameters(MakeBstr("Device=Lumivex Simulator 0").get());
+    ::sceReturnCode rc = ::sceError;
+    e->OpenEncoder(0, &rc);
+    BSTR text = nullptr;
+    e->MifareReadDataBloc(4, MakeBstr("A0A1A2A3A4A5").get(), 0, &text, &rc);
+    Take(text);
+    e->MifareReadDataBloc(4, MakeBstr("B0B1B2B3B4BG").get(), 0, &text, &rc);
+    Take(text);
+    e->CloseEncoder(&rc);
+  }
+  std::string trace;
+  HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, 0, nullptr);
+  if (file != INVALID_HANDLE_VALUE) {
+    char buffer[4096];
+    DWORD read = 0;
+    while (ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0) {
+      trace.append(buffer, read);
+    }
+    CloseHandle(file);
+  }
+  DeleteFileW(path);
+  check.That(trace.find("--> OpenEncoder") != std::string::npos &&
+                 trace.find("--> MifareReadDataBloc") != std::string::npos,
+             "LUMIVEX_TRACE receives the trace lines");
+  const bool leaked = trace.find("A0A1A2A3A4A5") != std::string::npos ||
+                      trace.find("A0 A1 A2 A3 A4 A5") != std::string::npos ||
+                      trace.find("B0B1B2B3B4BG") != std::string::npos;
+  check.That(!leaked, "no key reaches the trace file, a malformed one included");
+}
+
 }  // namespace
 
 int main() {
@@ -168,6 +210,7 @@ int main() {
       lumivex::wine::DispatchChecks(check, encoder.Get());
       lumivex::wine::VtableSweep(check);
       Reentrance(check);
+      TraceFile(check);
     }
   }
   CoUninitialize();

@@ -5,7 +5,7 @@ set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=tests/com/wine-env.sh
 source "$here/wine-env.sh"
-lumivex_wine_env || exit 1
+lumivex_wine_env || exit $?
 source_dir=$(cd "$here/../.." && pwd)
 
 checks=0
@@ -56,23 +56,24 @@ check "the class names its ProgID" has_default "$clsid_key\\ProgID" "Orbanet_Lum
 check "the class names its type library" has_default "$clsid_key\\TypeLib" "{$library}"
 check "ProgID Orbanet_Lumivex_BL.Encoder" has_default "$machine\\Orbanet_Lumivex_BL.Encoder\\CLSID" "{$encoder_clsid}"
 check "ProgID Orbanet_Lumivex_BL.CError" wine reg query "$machine\\Orbanet_Lumivex_BL.CError\\CLSID"
-check "the type library is registered" has_default "$machine\\TypeLib\\{$library}\\7.1\\0\\win64" "Orbanet_Lumivex_BL.dll"
-check "regsvr32 /u" wine regsvr32 /s /u "$LUMIVEX_DLL"
+check "the type library is registered" has_default "$machine\\TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" "Orbanet_Lumivex_BL.dll"
+check "regsvr32 /u" wine "$LUMIVEX_REGSVR32" /s /u "$LUMIVEX_DLL"
 check "no key of ours is left in HKLM" none_in 'HKLM\Software'
 check "nor in HKCU" none_in 'HKCU\Software'
 
 # ---- per user (DllInstall "user"): no administrator rights needed, HKCU only ----
-check "regsvr32 /n /i:user" wine regsvr32 /s /n /i:user "$LUMIVEX_DLL"
+check "regsvr32 /n /i:user" wine "$LUMIVEX_REGSVR32" /s /n /i:user "$LUMIVEX_DLL"
 check "the class is registered under HKCU" has_default "$user\\CLSID\\{$encoder_clsid}\\InprocServer32" "Orbanet_Lumivex_BL.dll"
-check "the type library under HKCU" has_default "$user\\TypeLib\\{$library}\\7.1\\0\\win64" "Orbanet_Lumivex_BL.dll"
+check "the type library under HKCU" has_default "$user\\TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" "Orbanet_Lumivex_BL.dll"
 check "nothing of ours under HKLM" none_in 'HKLM\Software'
 echo "SKIPPED creating an object from the per-user registration: Wine reads classes from HKLM only"
-check "regsvr32 /u /n /i:user" wine regsvr32 /s /u /n /i:user "$LUMIVEX_DLL"
+check "regsvr32 /u /n /i:user" wine "$LUMIVEX_REGSVR32" /s /u /n /i:user "$LUMIVEX_DLL"
 check "no key of ours is left in HKCU" none_in 'HKCU\Software'
-check "a command line other than user is refused" bash -c "! wine regsvr32 /s /n /i:bogus '$LUMIVEX_DLL'"
+refuses() { ! "$@"; }
+check "a command line other than user is refused" refuses wine "$LUMIVEX_REGSVR32" /s /n /i:bogus "$LUMIVEX_DLL"
 check "and writes nothing" none_in 'HKLM\Software'
 
 # Back to the machine-wide registration the other tests use.
-check "regsvr32 again" wine regsvr32 /s "$LUMIVEX_DLL"
+check "regsvr32 again" wine "$LUMIVEX_REGSVR32" /s "$LUMIVEX_DLL"
 echo "SUMMARY registration: $checks checks, $failed failed, 1 skipped"
 exit $((failed > 100 ? 100 : failed))

@@ -14,7 +14,7 @@ if [[ $# -lt 1 || ! -f $1 ]]; then
 fi
 # shellcheck source=tests/com/wine-env.sh
 source "$(dirname "$0")/wine-env.sh"
-lumivex_wine_env || exit 2
+lumivex_wine_env || exit $?
 script=$(winepath -w "$(cd "$(dirname "$1")" && pwd)/$(basename "$1")") || exit 2
 shift
 exec wine cscript //nologo "$script" "$@"

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "Orbanet_Lumivex_BL.h"
 #include "com/bstr_text.h"
@@ -101,7 +102,8 @@ int main(int argc, char** argv) {
     std::string mismatched;
     for (const auto& m : surface::EncoderMembers()) {
       const auto found = encoderIds.find(m.name);
-      if (found == encoderIds.end() || found->second != m.dispid) mismatched += " " + std::string(m.name);
+      if (found == encoderIds.end() || found->second != m.dispid)
+        mismatched += " " + std::string(m.name);
     }
     check.That(encoderIds.size() == surface::EncoderMembers().size() && mismatched.empty(),
                "_Encoder: " + std::to_string(encoderIds.size()) +
@@ -111,9 +113,20 @@ int main(int argc, char** argv) {
     mismatched.clear();
     for (const auto& p : surface::RecordProperties()) {
       const auto found = recordIds.find(p.name);
-      if (found == recordIds.end() || found->second != p.dispid) mismatched += " " + std::string(p.name);
+      if (found == recordIds.end() || found->second != p.dispid)
+        mismatched += " " + std::string(p.name);
     }
     check.That(recordIds.size() == 6 && mismatched.empty(), "_CError: the six properties");
   }
+  // The version resource says what GetInformation says.
+  const DWORD size = GetFileVersionInfoSizeW(dll.c_str(), nullptr);
+  std::vector<char> block(size);
+  VS_FIXEDFILEINFO* fixed = nullptr;
+  UINT length = 0;
+  const bool read = size > 0 && GetFileVersionInfoW(dll.c_str(), 0, size, block.data()) &&
+                    VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&fixed), &length);
+  check.That(read && HIWORD(fixed->dwFileVersionMS) == 7 && LOWORD(fixed->dwFileVersionMS) == 1 &&
+                 HIWORD(fixed->dwFileVersionLS) == 1875,
+             "the DLL's version resource is 7.1.1875");
   return check.Finish();
 }

@@ -4,8 +4,10 @@
 #
 #   lumivex_wine_env BUILD      BUILD defaults to $LUMIVEX_BUILD or build/mingw-x86_64
 #
-# Exports WINEPREFIX, WINEDEBUG, LUMIVEX_BUILD and LUMIVEX_DLL (the Windows path of the DLL).
-# Returns non-zero with a message when something is missing.
+# Exports WINEPREFIX, WINEDEBUG, LUMIVEX_BUILD, LUMIVEX_DLL (the Windows path of the DLL),
+# LUMIVEX_WIDTH (32 or 64) and LUMIVEX_REGSVR32. Returns 77 after a "SKIPPED" line when the DLL
+# is 32-bit and this Wine cannot run 32-bit programs, another non-zero status with a message when
+# something is missing.
 
 LUMIVEX_SOURCE=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=tests/com/wine-prefix.sh
@@ -16,12 +18,21 @@ lumivex_wine_env() {
   build=$(cd "$build" 2>/dev/null && pwd) || { echo "wine-env: no build folder $build" >&2; return 1; }
   local dll=$build/bin/Orbanet_Lumivex_BL.dll
   [[ -f $dll ]] || { echo "wine-env: $dll is missing (build the preset first)" >&2; return 1; }
+  LUMIVEX_WIDTH=$(lumivex_pe_width "$dll") || return 1
+  if [[ $LUMIVEX_WIDTH == 32 ]] && ! lumivex_wine32_available; then
+    echo "SKIPPED (32-bit Wine not available): $dll was built but cannot run here"
+    return 77
+  fi
   lumivex_wine_prefix "$build" || return 1
-  export LUMIVEX_BUILD=$build
+  export LUMIVEX_BUILD=$build LUMIVEX_WIDTH
   LUMIVEX_DLL=$(winepath -w "$dll" 2>/dev/null) || return 1
   export LUMIVEX_DLL
+  # The registration tool of the DLL's width (a 32-bit DLL needs the 32-bit regsvr32).
+  LUMIVEX_REGSVR32=regsvr32
+  [[ $LUMIVEX_WIDTH == 32 ]] && LUMIVEX_REGSVR32='C:\windows\syswow64\regsvr32.exe'
+  export LUMIVEX_REGSVR32
   # Registered again each time: cheap, and it follows a rebuilt DLL.
-  if ! wine regsvr32 /s "$LUMIVEX_DLL"; then
+  if ! wine "$LUMIVEX_REGSVR32" /s "$LUMIVEX_DLL"; then
     echo "wine-env: regsvr32 $LUMIVEX_DLL failed" >&2
     return 1
   fi

@@ -1,5 +1,7 @@
-' Checks shared by the VBScript suites (loaded with ExecuteGlobal). Every check prints one line;
-' Finish prints the summary line the runner looks for and quits with the number of failures.
+' Checks shared by the VBScript suites (tests/com/wine-test.sh puts them in front of each suite).
+' Every check prints one line; Finish prints the summary line the runner looks for and quits with
+' the number of failures.
+Option Explicit
 Dim gChecks, gFailed, gSuite
 gChecks = 0
 gFailed = 0

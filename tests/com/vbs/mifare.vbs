@@ -1,16 +1,12 @@
 ' The session, text and MIFARE Classic members of _Encoder and the CError properties, late-bound,
 ' on a simulated MIFARE Classic 1K card.
-' Arguments: the folder of check.vbs, the enums.vbs written from the type library, the card's UID.
-Option Explicit
-Dim fso
-Set fso = CreateObject("Scripting.FileSystemObject")
-ExecuteGlobal fso.OpenTextFile(WScript.Arguments(0) & "\check.vbs").ReadAll()
-ExecuteGlobal fso.OpenTextFile(WScript.Arguments(1)).ReadAll()
+' Argument: the card's UID. The runner puts check.vbs and the constants of the type library
+' (enums.vbs) in front of these lines: Wine's VBScript has no ExecuteGlobal to load them.
 gSuite = "mifare"
 
 Const Key = "FFFFFFFFFFFF"
 Const Reader = "Lumivex Simulator 0"
-Dim uid: uid = WScript.Arguments(2)
+Dim uid: uid = WScript.Arguments(0)
 Dim shell: Set shell = CreateObject("WScript.Shell")
 Dim cardList: cardList = "HKLM\Software\Pellworth Systems\Badgeline\7.0\Contactless\Card types\"
 shell.RegWrite cardList & "Mifare Classic 1K", "11;3B 8F 80 01 80 4F 0C A0 00 00 03 06 03 00 01;04", "REG_SZ"
@@ -81,7 +77,7 @@ CheckOk e.MifareWriteValueBloc(8, Key, 0, -1000), e, "MifareWriteValueBloc"
 CheckOk e.WriteValueBloc(9, Key, 0, 1000), e, "WriteValueBloc"
 Dim keysUsed, s0, s1, s2, cond, bx
 CheckOk e.MifareReadSectorTrailer(1, Key, 0, keysUsed, s0, s1, s2, cond, bx), e, "MifareReadSectorTrailer"
-CheckEq s0, scbs_A_ReadWrite, "Security0 of a blank sector"
+CheckEq s0, scbs_A_ReadWrite + scbs_B_ReadWrite, "Security0 of a blank sector"
 CheckEq bx, 105, "BX of a blank sector (69)"
 CheckOk e.ReadSectorTrailer(1, Key, 0, keysUsed, s0, s1, s2, cond, bx), e, "ReadSectorTrailer"
 bx = 105
@@ -136,5 +132,5 @@ CheckEq e.EncoderState, sceReady, "ReOpenEncoder leaves the encoder ready"
 CheckOk e.CloseEncoder(), e, "CloseEncoder"
 CheckOk e.CloseEncoder(), e, "CloseEncoder twice"
 CheckEq e.EncoderState, sceClosed, "EncoderState after closing"
-shell.RegDelete cardList & "Mifare Classic 1K"
+' The card list entry stays: Wine's WScript.Shell cannot delete a value, and writing it is idempotent.
 Finish
