@@ -76,7 +76,8 @@ output=$(LUMIVEX_SIM_CARD=mifare1k LUMIVEX_SIM_UID=04A1B2C3 timeout 600 \
 echo "$output"
 summary "an operator answers four Configure calls" "$output" configure dialog_driver
 
-# Without a display: were a dialog shown, nobody would close it and the time limit would end it.
+# Without a display, so that a dialog shown by mistake fails with a record of its own rather than
+# the open's.
 echo "== dialogs: Wine's own winscard.dll, no reader service: Configure fails, no dialog"
 output=$(env -u DISPLAY WINEDLLOVERRIDES=winscard=b timeout 120 \
   wine cscript.exe //nologo "$(winepath -w "$client")" nodialog 2>&1 | tr -d '\r')
