@@ -9,6 +9,7 @@
 #include "com/trace_file.h"
 #include "component/surface/member_spec.h"
 #include "platform/platform.h"
+#include "ui/win32/win32_dialogs.h"
 
 namespace lumivex::com {
 
@@ -35,10 +36,17 @@ DISPID ParameterId(DISPID member, const std::string& name) {
   return DISPID_UNKNOWN;
 }
 
+// The system's bindings, and the dialogs as Windows dialogs.
+Platform WindowsPlatform() {
+  Platform platform = DefaultPlatform();
+  platform.dialogs = ui::win32::MakeWin32Dialogs();
+  return platform;
+}
+
 }  // namespace
 
 EncoderObject::EncoderObject()
-    : DualObject(__uuidof(::Encoder)), encoder_(std::make_unique<Encoder>(DefaultPlatform())) {
+    : DualObject(__uuidof(::Encoder)), encoder_(std::make_unique<Encoder>(WindowsPlatform())) {
   encoder_->SetTraceSink(TraceFileSink());
 }
 

@@ -7,7 +7,7 @@ packages=(
   libpcsclite-dev pcscd vsmartcard-vpcd pcsc-tools
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libssl-dev
   g++-mingw-w64-i686 g++-mingw-w64-x86-64 mingw-w64-tools
-  wine wine64 libwine-dev xvfb xauth imagemagick
+  wine wine64 libwine-dev fonts-wine xvfb xauth imagemagick
 )
 
 missing=()
