@@ -1,6 +1,7 @@
 // The reader session: the PC/SC context and card connection of an Encoder, opened by OpenEncoder,
 // renewed before each card operation by SelectCardInRange, released by CloseEncoder.
 #include <algorithm>
+#include <array>
 #include <cctype>
 
 #include "component/card_identification.h"
@@ -320,11 +321,23 @@ std::string Encoder::ReaderType() {
       result = device_;
     } else {
       Trace("hContext <> 0, hCard <> 0 ==> Results can be returned from the encoder");
-      result = ReaderGetAttr("Device name: %1", scard::ATTR_DEVICE_FRIENDLY_NAME_A, 1) + "\r\n" +
-               ReaderGetAttr("Vendor name: %1", scard::ATTR_VENDOR_NAME, 1) + "\r\n" +
-               ReaderGetAttr("Type: %1", scard::ATTR_VENDOR_IFD_TYPE, 1) + "\r\n" +
-               ReaderGetAttr("Version: %1", scard::ATTR_VENDOR_IFD_VERSION, 0) + "\r\n" +
-               ReaderGetAttr("Serial number: %1", scard::ATTR_VENDOR_IFD_SERIAL_NO, 1) + "\r\n";
+      // One statement a line: the attributes are read (and traced) in the order they are shown.
+      struct Line {
+        const char* text;
+        PcscDword attribute;
+        int kind;
+      };
+      static constexpr std::array<Line, 5> kLines{{
+          {"Device name: %1", scard::ATTR_DEVICE_FRIENDLY_NAME_A, 1},
+          {"Vendor name: %1", scard::ATTR_VENDOR_NAME, 1},
+          {"Type: %1", scard::ATTR_VENDOR_IFD_TYPE, 1},
+          {"Version: %1", scard::ATTR_VENDOR_IFD_VERSION, 0},
+          {"Serial number: %1", scard::ATTR_VENDOR_IFD_SERIAL_NO, 1},
+      }};
+      for (const Line& line : kLines) {
+        result += ReaderGetAttr(line.text, line.attribute, line.kind);
+        result += "\r\n";
+      }
     }
     FinishLastError("ReaderType");
     Trace("<-- Get ReaderType");
