@@ -80,7 +80,8 @@ void MaskAll(std::string& line, std::string& upper, const std::string& needle) {
 }
 
 // Stands in when an Encoder is built without a host binding: the system clock, no message queue to
-// run, a local generator. Keeps such an object usable instead of crashing on first use.
+// run, a local generator and no cryptographic one (an authentication then fails cleanly). Keeps
+// such an object usable instead of crashing on first use.
 class FallbackHost : public Host {
  public:
   std::chrono::system_clock::time_point Now() override { return std::chrono::system_clock::now(); }
@@ -88,6 +89,7 @@ class FallbackHost : public Host {
   void WaitPumpingMessages(std::chrono::milliseconds /*duration*/) override {}
   void Randomize(std::uint64_t seed) override { generator_.seed(seed); }
   double Random() override { return uniform_(generator_); }
+  bool FillRandom(std::span<std::uint8_t> /*bytes*/) override { return false; }
 
  private:
   std::mt19937_64 generator_{0};  // NOLINT(cert-msc32-c,cert-msc51-cpp): Randomize reseeds it

@@ -2,6 +2,8 @@
 // long writes over continuation frames, the enciphered cryptograms and the answers' parsing.
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <span>
 #include <string>
 
 #include "component/encoder.h"
@@ -125,6 +127,46 @@ TEST_F(DesfireFrames, AuthenticationFailures) {
               "RndA failed");
   EXPECT_EQ(e.LastError().RdrCommand(), "DesfireAuthenticate4");
   EXPECT_EQ(Peer::SessionKey(e), kSession);  // a failure keeps the earlier session
+}
+
+// Uniform numbers fixed at 0.5, cryptographic bytes 00 11 22 ... 77.
+struct FixedRandomHost : test::VirtualHost {
+  double Random() override { return 0.5; }
+  bool FillRandom(std::span<std::uint8_t> bytes) override {
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(0x11 * i);
+    return true;
+  }
+};
+
+TEST(DesfireAuthentication, DrawsRndAFromTheCryptographicGenerator) {
+  auto pcsc = std::make_shared<test::ScriptedPcsc>();
+  Encoder e(Platform{pcsc, std::make_shared<FixedRandomHost>(), nullptr});
+  e.Parameters(std::string("Device=") + test::ScriptedPcsc::kReaderName);
+  ASSERT_EQ(e.OpenEncoder(0), sceSuccess);
+  crypto::DES card;  // the card's side: key 0, one block enciphered at a time
+  for (std::int16_t slot = 1; slot <= 3; ++slot) card.Keys(slot, "0000000000000000");
+  const auto encipher = [&](const std::string& block) {
+    return Compact(card.Encrypt(block, crypto::desSingle));
+  };
+  pcsc->Expect("905A000003 A1B2C3 00", "9100");
+  pcsc->Expect("900A000001 00 00", encipher("8899AABBCCDDEEFF") + "91AF");
+  // The card proves the exchange with RndA turned by one byte: only the generator's RndA passes.
+  pcsc->AnswerAnyFrame(encipher("1122334455667700") + "9100");
+  EXPECT_EQ(e.DESFireSelectApplication("A1B2C3", 0, "0000000000000000"), sceSuccess)
+      << e.LastError().RdrRetCode();
+  EXPECT_EQ(Peer::SessionKey(e), "001122338899AABB001122338899AABB");
+
+  // Without a cryptographic generator there is no authentication at all.
+  struct NoGeneratorHost : test::VirtualHost {
+    bool FillRandom(std::span<std::uint8_t> /*bytes*/) override { return false; }
+  };
+  Encoder without(Platform{pcsc, std::make_shared<NoGeneratorHost>(), nullptr});
+  without.Parameters(std::string("Device=") + test::ScriptedPcsc::kReaderName);
+  ASSERT_EQ(without.OpenEncoder(0), sceSuccess);
+  pcsc->Expect("905A000003 A1B2C3 00", "9100");
+  pcsc->Expect("900A000001 00 00", encipher("8899AABBCCDDEEFF") + "91AF");
+  ExpectError(without, without.DESFireSelectApplication("A1B2C3", 0, "0000000000000000"),
+              err::kOperationFailed, "No cryptographic random source");
 }
 
 TEST_F(DesfireFrames, VersionIsReadOnceAndKeptForTheEncodersLife) {
