@@ -7,6 +7,7 @@
 #include <random>
 
 #include "component/numeric_text.h"
+#include "component/windows_1252_code_page.h"
 #include "crypto/des.h"
 #include "crypto/secure_memory.h"
 #include "platform/host.h"
@@ -127,6 +128,7 @@ class UnavailablePcsc : public PcscApi {
 Encoder::Encoder(Platform platform) : platform_(std::move(platform)) {
   if (!platform_.host) platform_.host = std::make_shared<FallbackHost>();
   if (!platform_.pcsc) platform_.pcsc = std::make_shared<UnavailablePcsc>();
+  if (!platform_.codePage) platform_.codePage = std::make_shared<Windows1252CodePage>();
   try {
     Trace("--> Constructor");
     Parameters(kDefaultParameters);
@@ -288,7 +290,7 @@ void Encoder::RememberSecret(const std::string& hex) {
 }
 
 crypto::DES& Encoder::Des() {
-  if (!des_) des_ = std::make_unique<crypto::DES>();
+  if (!des_) des_ = std::make_unique<crypto::DES>(platform_.codePage);
   return *des_;
 }
 

@@ -9,6 +9,7 @@
 #include "component/error_codes.h"
 #include "component/hex.h"
 #include "component/texts.h"
+#include "platform/code_page.h"
 #include "platform/host.h"
 
 namespace lumivex {
@@ -365,9 +366,11 @@ std::string Encoder::ReaderGetAttr(const std::string& Template, PcscDword Attrib
   }
   std::string value;
   if (Kind == 1) {
-    // Text up to the first zero byte (or all of it when the driver sent none).
+    // 8-bit text (the code page) up to the first zero byte (or all of it when the driver sent
+    // none).
     const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
-    value.assign(bytes.begin(), end);
+    value = platform_.codePage->ToText(
+        std::span<const std::uint8_t>(bytes.data(), static_cast<std::size_t>(end - bytes.begin())));
   } else if (Kind == 0) {
     for (std::size_t i = 0; i < bytes.size() && i < 4; ++i) {
       if (i > 0) value += '.';
@@ -413,7 +416,8 @@ void Encoder::LetATRString(const std::string& atr) {
   atrString_ = TrimUpper(atr);
   CardIdentification id;
   try {
-    id = IdentifyCard(atrString_, serialNumberLength_, platform_.registry.get(), *platform_.host);
+    id = IdentifyCard(atrString_, serialNumberLength_, platform_.registry.get(), *platform_.host,
+                      *platform_.codePage);
   } catch (const std::exception&) {
     // The card list is the host's: when it cannot be read the card is simply unknown.
     id.serialNumberLength = atrString_.empty() ? -1 : serialNumberLength_;

@@ -35,10 +35,12 @@ TEST(OpenEncoder, ConnectsExclusivelyAndIdentifiesTheCardAfterTheWait) {
             "Version: 2.0.1.7\r\nSerial number: SN0001\r\n");
 }
 
-TEST(ReaderType, ReadsNameVendorTypeVersionAndSerialNumberInThatOrder) {
+TEST(ReaderType, ReadsNameVendorTypeVersionAndSerialNumberInThatOrderAsText) {
   test::ScriptedEncoder bench;
+  bench.pcsc->SetTextAttribute(scard::ATTR_VENDOR_NAME, "Lecteurs \xC9tienne");  // 8-bit text
   bench.Open();
-  bench.encoder.ReaderType();
+  EXPECT_NE(bench.encoder.ReaderType().find("Vendor name: Lecteurs \xC3\x89tienne\r\n"),
+            std::string::npos);
   std::vector<std::string> attributes;
   for (const std::string& call : bench.pcsc->calls()) {
     if (call.starts_with("GetAttrib ") && (attributes.empty() || attributes.back() != call))
