@@ -21,7 +21,7 @@ bool Accepts(PcscApi& pcsc, PcscContext context, const std::string& reader, Pcsc
 }  // namespace
 
 std::string ProtocolMismatchNote(const CError& record, PcscApi& pcsc, const std::string& reader) {
-  const std::string command = record.RdrCommand();
+  const std::string& command = record.RdrCommand();
   const bool connect = command == "SCardConnect" || command.ends_with(":SCardConnect");
   if (!connect ||
       record.RdrRetCode() != SCardErrorText(static_cast<std::int32_t>(scard::E_PROTO_MISMATCH))) {
