@@ -144,22 +144,5 @@ TEST_F(MRegistryTest, ListsNamesInOrderAndFailuresGoToTheHook) {
   EXPECT_EQ(module_.Error().text, "Unable to open registry key");
 }
 
-// A text is "ANSI" when the code page holds every character of it, one byte each.
-TEST(MRegistryText, IsAnsiTextAsksTheCodePage) {
-  RegistryFileStore store;
-  const Windows1252CodePage codePage;
-  const MRegistry module(store, codePage);
-  const std::vector<std::pair<std::string, bool>> cases = {
-      {"", true},
-      {"Caf\xC3\xA9 \xC3\xBF", true},  // é and ÿ
-      {"\xE2\x82\xAC", true},          // € is byte 80
-      {"\xE9\xFF", true},              // invalid UTF-8: the bytes' own characters
-      {"\x80", false},                 // U+0080: byte 80 is €
-      {"\xC4\x80", false},             // U+0100
-      {"ok \xF0\x9F\x98\x80", false},
-  };
-  for (const auto& [text, ansi] : cases) EXPECT_EQ(module.IsAnsiText(text), ansi) << text;
-}
-
 }  // namespace
 }  // namespace lumivex::test
