@@ -81,26 +81,20 @@ int Uid(ToolContext& context, std::ostream& out) {
       "OpenEncoder 0\nReadSerialNumber ?\nGet ATRString\nGet CardType\n"
       "Get SerialNumberLength\nCloseEncoder\n";
   std::ostringstream ignored;
-  return RunScript(e, script, context.options().json, out, ignored);
+  return RunScript(e, script, context.options().json, out, ignored,
+                   [&context](const CError& record) { return context.FailureNote(record); });
 }
 
 int Script(ToolContext& context, const std::string& file, std::ostream& out, std::ostream& err) {
-  std::string text;
-  if (file == "-") {
-    std::ostringstream buffer;
-    buffer << std::cin.rdbuf();
-    text = buffer.str();
-  } else {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-      err << "cannot read " << file << "\n";
-      return kUsageError;
-    }
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    text = buffer.str();
+  const bool json = context.options().json;
+  const FailureNote note = [&context](const CError& record) { return context.FailureNote(record); };
+  if (file == "-") return RunScriptAsItArrives(context.encoder(), std::cin, json, out, err, note);
+  std::ifstream in(file, std::ios::binary);
+  if (!in) {
+    err << "cannot read " << file << "\n";
+    return kUsageError;
   }
-  return RunScript(context.encoder(), text, context.options().json, out, err);
+  return RunCheckedScript(context.encoder(), in, json, out, err, note);
 }
 
 }  // namespace
@@ -111,7 +105,9 @@ int RunTool(int argc, char** argv) {
   app.fallthrough();
   GlobalOptions options;
   app.add_option("--reader", options.reader, "PC/SC reader name (the Device)");
-  app.add_option("--protocol", options.protocol, "1 = T=0, 2 = T=1")->check(CLI::IsMember({1, 2}));
+  app.add_option("--protocol", options.protocol,
+                 "1 = T=0, 2 = T=1 (default 2: contactless readers speak T=1)")
+      ->check(CLI::IsMember({1, 2}));
   app.add_option("--simulate", options.simulate, "use the built-in simulated reader with this card")
       ->check(CLI::IsMember({"desfire", "mifare1k", "mifare4k", "none"}));
   app.add_option("--uid", options.uid, "UID of the simulated card (hexadecimal)");
@@ -124,7 +120,10 @@ int RunTool(int argc, char** argv) {
   auto* readers = app.add_subcommand("readers", "the PC/SC readers and whether a card is present");
   auto* info = app.add_subcommand("info", "GetInformation and the Parameters text");
   auto* uid = app.add_subcommand("uid", "serial number, ATR, card type and serial-number length");
-  auto* script = app.add_subcommand("script", "run member calls from FILE (- = standard input)");
+  auto* script = app.add_subcommand(
+      "script",
+      "run member calls from FILE, checked whole first; - = standard input, each line run and "
+      "answered as it arrives");
   std::string scriptFile;
   script->add_option("FILE", scriptFile, "script file, or - for standard input")->required();
   auto* demo = app.add_subcommand("demo", "encode a MIFARE Classic and a DESFire card, checked");

@@ -22,7 +22,8 @@ constexpr const char* kAppId = "A1B2C3";
 // Prints the steps as they run and keeps the score.
 class StepLog {
  public:
-  StepLog(Encoder& encoder, std::ostream& out) : encoder_(encoder), out_(out) {}
+  StepLog(Encoder& encoder, std::ostream& out, std::function<std::string(const CError&)> note)
+      : encoder_(encoder), out_(out), note_(std::move(note)) {}
 
   // A member call that must return sceSuccess; detail (read once the call has run) is printed
   // after the result.
@@ -42,8 +43,10 @@ class StepLog {
  private:
   std::string DescribeFailure(sceReturnCode code) {
     const CError& e = encoder_.LastError();
+    const std::string note = note_(e);
     return ReturnCodeName(code) + ": " + NumberHex(e.Number()) + " " + e.Description() +
-           (e.RdrRetCode().empty() ? "" : " [" + e.RdrRetCode() + "]");
+           (e.RdrRetCode().empty() ? "" : " [" + e.RdrRetCode() + "]") +
+           (note.empty() ? "" : " (" + note + ")");
   }
   bool Record(const std::string& what, bool ok, const std::string& detail) {
     ++steps_;
@@ -57,6 +60,7 @@ class StepLog {
 
   Encoder& encoder_;
   std::ostream& out_;
+  std::function<std::string(const CError&)> note_;
   int steps_ = 0;
   int failures_ = 0;
 };
@@ -262,7 +266,7 @@ void EncodeOneCard(ToolContext& context, StepLog& log) {
 int RunDemo(ToolContext& context, std::ostream& out) {
   const auto start = std::chrono::steady_clock::now();
   Encoder& e = context.encoder();
-  StepLog log(e, out);
+  StepLog log(e, out, [&context](const CError& record) { return context.FailureNote(record); });
   out << "Lumivex demo: " << e.GetInformation() << "\n";
 
   if (context.simulator()) {

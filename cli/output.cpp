@@ -1,6 +1,9 @@
 #include "cli/output.h"
 
+#include <array>
 #include <cstdio>
+
+#include "component/utf8.h"
 
 namespace lumivex::cli {
 
@@ -16,32 +19,34 @@ std::string ReturnCodeName(sceReturnCode code) {
   return std::to_string(static_cast<int>(code));
 }
 
+// Well-formed UTF-8 whatever the text holds: a byte that does not start a UTF-8 sequence is the
+// character of its value (the component's own reading of such bytes).
 std::string JsonString(std::string_view text) {
   std::string out = "\"";
-  for (const char c : text) {
+  for (const char32_t c : DecodeUtf8(text)) {
     switch (c) {
-      case '"':
+      case U'"':
         out += "\\\"";
         break;
-      case '\\':
+      case U'\\':
         out += "\\\\";
         break;
-      case '\n':
+      case U'\n':
         out += "\\n";
         break;
-      case '\r':
+      case U'\r':
         out += "\\r";
         break;
-      case '\t':
+      case U'\t':
         out += "\\t";
         break;
       default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          char buffer[8];
-          (void)std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
-          out += buffer;
+        if (c < 0x20) {
+          std::array<char, 8> escaped{};
+          (void)std::snprintf(escaped.data(), escaped.size(), "\\u%04x", static_cast<unsigned>(c));
+          out += escaped.data();
         } else {
-          out += c;  // UTF-8 passes through unchanged
+          AppendUtf8(out, c);
         }
     }
   }

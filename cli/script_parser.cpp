@@ -70,53 +70,56 @@ std::optional<std::vector<ScriptArg>> SplitWords(const std::string& line, std::s
   return words;
 }
 
+ParsedLine ParseLine(const std::string& text, int lineNumber) {
+  ParsedLine result;
+  const auto fail = [&](std::string message) {
+    result.error = ScriptError{lineNumber, std::move(message)};
+    return result;
+  };
+  std::size_t start = 0;
+  while (start < text.size() && IsBlank(text[start])) ++start;
+  if (start == text.size() || text[start] == '#') return result;
+
+  std::string error;
+  auto words = SplitWords(text, error);
+  if (!words) return fail(error);
+  if (words->empty()) return result;
+  ScriptLine parsed;
+  parsed.lineNumber = lineNumber;
+  const ScriptArg& first = words->front();
+  if (first.quoted || first.placeholder)
+    return fail("a line must start with a member name, Get or Set");
+  std::size_t argsFrom = 1;
+  if (EqualsNoCase(first.text, "Get") || EqualsNoCase(first.text, "Set")) {
+    const bool isGet = EqualsNoCase(first.text, "Get");
+    parsed.kind = isGet ? ScriptLine::Kind::Get : ScriptLine::Kind::Set;
+    if (words->size() < 2 || (*words)[1].quoted || (*words)[1].placeholder) {
+      return fail(std::string(isGet ? "Get" : "Set") + " needs a property name");
+    }
+    parsed.member = (*words)[1].text;
+    argsFrom = 2;
+    const std::size_t expected = isGet ? 0 : 1;
+    if (words->size() - argsFrom != expected) {
+      return fail(isGet ? "Get takes a property name only"
+                        : "Set takes a property name and one value");
+    }
+  } else {
+    parsed.member = first.text;
+  }
+  parsed.args.assign(words->begin() + static_cast<std::ptrdiff_t>(argsFrom), words->end());
+  result.line = std::move(parsed);
+  return result;
+}
+
 ParsedScript ParseScript(const std::string& text) {
   ParsedScript script;
   std::istringstream in(text);
   std::string line;
   int number = 0;
   while (std::getline(in, line)) {
-    ++number;
-    std::size_t start = 0;
-    while (start < line.size() && IsBlank(line[start])) ++start;
-    if (start == line.size() || line[start] == '#') continue;
-
-    std::string error;
-    auto words = SplitWords(line, error);
-    if (!words) {
-      script.errors.push_back({number, error});
-      continue;
-    }
-    if (words->empty()) continue;
-    ScriptLine parsed;
-    parsed.lineNumber = number;
-    const ScriptArg& first = words->front();
-    if (first.quoted || first.placeholder) {
-      script.errors.push_back({number, "a line must start with a member name, Get or Set"});
-      continue;
-    }
-    std::size_t argsFrom = 1;
-    if (EqualsNoCase(first.text, "Get") || EqualsNoCase(first.text, "Set")) {
-      const bool isGet = EqualsNoCase(first.text, "Get");
-      parsed.kind = isGet ? ScriptLine::Kind::Get : ScriptLine::Kind::Set;
-      if (words->size() < 2 || (*words)[1].quoted || (*words)[1].placeholder) {
-        script.errors.push_back(
-            {number, std::string(isGet ? "Get" : "Set") + " needs a property name"});
-        continue;
-      }
-      parsed.member = (*words)[1].text;
-      argsFrom = 2;
-      const std::size_t expected = isGet ? 0 : 1;
-      if (words->size() - argsFrom != expected) {
-        script.errors.push_back({number, isGet ? "Get takes a property name only"
-                                               : "Set takes a property name and one value"});
-        continue;
-      }
-    } else {
-      parsed.member = first.text;
-    }
-    parsed.args.assign(words->begin() + static_cast<std::ptrdiff_t>(argsFrom), words->end());
-    script.lines.push_back(std::move(parsed));
+    ParsedLine parsed = ParseLine(line, ++number);
+    if (parsed.error) script.errors.push_back(std::move(*parsed.error));
+    if (parsed.line) script.lines.push_back(std::move(*parsed.line));
   }
   return script;
 }

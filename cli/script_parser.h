@@ -35,8 +35,16 @@ struct ScriptError {
 // Splits one line into words; nullopt with an error message on an unterminated quote.
 std::optional<std::vector<ScriptArg>> SplitWords(const std::string& line, std::string& error);
 
-// Parses a whole script (lexically: words, quotes, Get/Set forms). Member names and argument
-// counts are checked afterwards against the member table.
+// Parses one line (lexically: words, quotes, Get/Set forms): a line to run, an error, or neither
+// (a blank line or a comment). Member names and argument counts are checked afterwards against
+// the member table.
+struct ParsedLine {
+  std::optional<ScriptLine> line;
+  std::optional<ScriptError> error;
+};
+ParsedLine ParseLine(const std::string& text, int lineNumber);
+
+// Parses a whole script, line by line.
 struct ParsedScript {
   std::vector<ScriptLine> lines;
   std::vector<ScriptError> errors;

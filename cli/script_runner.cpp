@@ -1,6 +1,7 @@
 #include "cli/script_runner.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "cli/output.h"
 
@@ -8,11 +9,17 @@ namespace lumivex::cli {
 
 namespace {
 
-void CompileCall(const ScriptLine& line, CompiledScript& script) {
+// At most this many syntax errors are printed; the rest are counted.
+constexpr std::size_t kMaxReportedErrors = 100;
+
+}  // namespace
+
+std::optional<CompiledCall> CompileLine(const ScriptLine& line, std::string& error) {
   CompiledCall call;
   call.line = line;
-  auto fail = [&](const std::string& message) {
-    script.errors.push_back({line.lineNumber, message});
+  auto fail = [&](const std::string& message) -> std::optional<CompiledCall> {
+    error = message;
+    return std::nullopt;
   };
   if (line.kind != ScriptLine::Kind::Call) {
     call.property = FindProperty(line.member);
@@ -24,8 +31,7 @@ void CompileCall(const ScriptLine& line, CompiledScript& script) {
       if (!call.property->set) return fail("property '" + line.member + "' is read-only");
       if (line.args[0].placeholder) return fail("Set needs a value, not ?");
     }
-    script.calls.push_back(std::move(call));
-    return;
+    return call;
   }
   call.member = FindMember(line.member);
   if (!call.member) {
@@ -55,11 +61,13 @@ void CompileCall(const ScriptLine& line, CompiledScript& script) {
       call.slots[i].given = true;  // starts empty (or 0)
       continue;
     }
-    std::string error;
-    if (!ParseArgument(params[i], arg.text, call.slots[i], error)) return fail(error);
+    std::string message;
+    if (!ParseArgument(params[i], arg.text, call.slots[i], message)) return fail(message);
   }
-  script.calls.push_back(std::move(call));
+  return call;
 }
+
+namespace {
 
 // An output argument as a value, so text and JSON print it the same way as any other value.
 Variant OutputValue(const ParamSpec& p, const Slot& s) {
@@ -82,7 +90,8 @@ Variant OutputValue(const ParamSpec& p, const Slot& s) {
 }
 
 // Runs one call; returns false when it reported sceError (or sceCanceled).
-bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out) {
+bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out,
+             const FailureNote& note) {
   const std::string& name = call.line.member;
   if (call.property) {
     const bool isSet = call.line.kind == ScriptLine::Kind::Set;
@@ -119,7 +128,9 @@ bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out)
                  VariantJson(OutputValue(params[i], call.slots[i]));
     }
     line += ", \"outputs\": {" + outputs + "}";
+    const std::string noted = failed && note ? note(encoder.LastError()) : "";
     if (failed) line += ", \"lastError\": " + LastErrorJson(encoder.LastError());
+    if (!noted.empty()) line += ", \"note\": " + JsonString(noted);
     out << line << "}\n";
   } else {
     out << name;
@@ -132,6 +143,8 @@ bool RunCall(Encoder& encoder, CompiledCall& call, bool json, std::ostream& out)
           << "\n";
     }
     if (failed) out << LastErrorText(encoder.LastError());
+    const std::string noted = failed && note ? note(encoder.LastError()) : "";
+    if (!noted.empty()) out << "  Note: " << noted << "\n";
   }
   return !failed;
 }
@@ -142,23 +155,106 @@ CompiledScript CompileScript(const std::string& text) {
   const ParsedScript parsed = ParseScript(text);
   CompiledScript script;
   script.errors = parsed.errors;
-  for (const auto& line : parsed.lines) CompileCall(line, script);
+  for (const auto& line : parsed.lines) {
+    std::string error;
+    if (auto call = CompileLine(line, error)) {
+      script.calls.push_back(std::move(*call));
+    } else {
+      script.errors.push_back({line.lineNumber, error});
+    }
+  }
   std::stable_sort(
       script.errors.begin(), script.errors.end(),
       [](const ScriptError& a, const ScriptError& b) { return a.lineNumber < b.lineNumber; });
   return script;
 }
 
-int RunScript(Encoder& encoder, const std::string& text, bool json, std::ostream& out,
-              std::ostream& err) {
-  CompiledScript script = CompileScript(text);
-  if (!script.errors.empty()) {
-    for (const auto& e : script.errors) err << "line " << e.lineNumber << ": " << e.message << "\n";
+namespace {
+
+// One line of a script: a call ready to run, an error, or nothing (blank line, comment).
+struct LineOutcome {
+  std::optional<CompiledCall> call;
+  std::optional<ScriptError> error;
+};
+
+LineOutcome CompileText(const std::string& text, int lineNumber) {
+  LineOutcome outcome;
+  ParsedLine parsed = ParseLine(text, lineNumber);
+  if (parsed.error) {
+    outcome.error = std::move(parsed.error);
+  } else if (parsed.line) {
+    std::string error;
+    outcome.call = CompileLine(*parsed.line, error);
+    if (!outcome.call) outcome.error = ScriptError{lineNumber, error};
+  }
+  return outcome;
+}
+
+}  // namespace
+
+int RunCheckedScript(Encoder& encoder, std::istream& in, bool json, std::ostream& out,
+                     std::ostream& err, const FailureNote& note) {
+  std::string text;
+  int number = 0;
+  std::size_t errors = 0;
+  while (std::getline(in, text)) {
+    const LineOutcome outcome = CompileText(text, ++number);
+    if (outcome.error && ++errors <= kMaxReportedErrors) {
+      err << "line " << outcome.error->lineNumber << ": " << outcome.error->message << "\n";
+    }
+  }
+  if (errors > kMaxReportedErrors) {
+    err << "... and " << errors - kMaxReportedErrors << " more errors\n";
+  }
+  if (errors > 0) {
     err << "nothing was run\n";
     return kUsageError;
   }
+  in.clear();
+  in.seekg(0);
+  if (!in) {
+    err << "the script cannot be read a second time (use - to run standard input line by line)\n";
+    return kUsageError;
+  }
   bool allSucceeded = true;
-  for (auto& call : script.calls) allSucceeded = RunCall(encoder, call, json, out) && allSucceeded;
+  number = 0;
+  while (std::getline(in, text)) {
+    LineOutcome outcome = CompileText(text, ++number);
+    if (outcome.call) {
+      allSucceeded = RunCall(encoder, *outcome.call, json, out, note) && allSucceeded;
+    }
+  }
+  return allSucceeded ? kAllSucceeded : kSomeFailed;
+}
+
+int RunScript(Encoder& encoder, const std::string& text, bool json, std::ostream& out,
+              std::ostream& err, const FailureNote& note) {
+  std::istringstream in(text);
+  return RunCheckedScript(encoder, in, json, out, err, note);
+}
+
+int RunScriptAsItArrives(Encoder& encoder, std::istream& in, bool json, std::ostream& out,
+                         std::ostream& err, const FailureNote& note) {
+  bool allSucceeded = true;
+  bool syntaxError = false;
+  std::string text;
+  for (int number = 1; std::getline(in, text); ++number) {
+    LineOutcome outcome = CompileText(text, number);
+    if (outcome.error) {
+      syntaxError = true;
+      if (json) {
+        out << "{\"line\": " << number << ", \"error\": " << JsonString(outcome.error->message)
+            << "}\n";
+      } else {
+        err << "line " << number << ": " << outcome.error->message << "\n";
+        err.flush();
+      }
+    } else if (outcome.call) {
+      allSucceeded = RunCall(encoder, *outcome.call, json, out, note) && allSucceeded;
+    }
+    out.flush();
+  }
+  if (syntaxError) return kUsageError;
   return allSucceeded ? kAllSucceeded : kSomeFailed;
 }
 

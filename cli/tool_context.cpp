@@ -3,6 +3,8 @@
 #include <cmath>
 #include <iostream>
 
+#include "cli/protocol_note.h"
+#include "component/hex.h"
 #include "component/texts.h"
 #include "platform/platform.h"
 #include "sim/card_factory.h"
@@ -24,10 +26,10 @@ ToolContext::ToolContext(GlobalOptions options) : options_(std::move(options)) {
   if (options_.trace) {
     encoder_->SetTraceSink([](std::string_view line) { std::cerr << line << '\n'; });
   }
-  std::string device = options_.reader;
-  if (device.empty() && simulator_) device = simulator_->readerName();
-  if (!device.empty()) {
-    encoder_->Parameters("Device=" + device + "\r\nProtocol=" + std::to_string(options_.protocol));
+  device_ = options_.reader;
+  if (device_.empty() && simulator_) device_ = simulator_->readerName();
+  if (!device_.empty()) {
+    encoder_->Parameters("Device=" + device_ + "\r\nProtocol=" + std::to_string(options_.protocol));
   } else {
     encoder_->Parameters("Protocol=" + std::to_string(options_.protocol));
   }
@@ -74,6 +76,10 @@ std::vector<std::string> ToolContext::ListReaders(std::string& error) {
   }
   pcsc_->ReleaseContext(context);
   return names;
+}
+
+std::string ToolContext::FailureNote(const CError& record) {
+  return ProtocolMismatchNote(record, *pcsc_, device_);
 }
 
 }  // namespace lumivex::cli

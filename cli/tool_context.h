@@ -17,7 +17,7 @@ namespace lumivex::cli {
 
 struct GlobalOptions {
   std::string reader;          // --reader: the Device
-  int protocol = 1;            // --protocol 1|2
+  int protocol = 2;            // --protocol 1|2: T=1 unless told, as contactless readers speak
   std::string simulate;        // --simulate desfire|mifare1k|mifare4k|none ("" = real readers)
   std::string uid;             // --uid HEX for the simulated card
   std::uint64_t seed = 1;      // --seed N for the simulated card
@@ -41,12 +41,16 @@ class ToolContext {
   bool InsertSimulatedCard(const std::string& kind, std::string& error);
   // The reader names the PC/SC binding lists.
   std::vector<std::string> ListReaders(std::string& error);
+  // The tool's note on a failed call: which protocol the card offers when its connection was
+  // refused for the protocol ("" otherwise).
+  std::string FailureNote(const CError& record);
 
  private:
   GlobalOptions options_;
   std::shared_ptr<sim::SimulatedPcsc> simulator_;
   std::shared_ptr<CountingPcsc> pcsc_;
   std::unique_ptr<Encoder> encoder_;
+  std::string device_;  // the reader the Encoder works on
 };
 
 }  // namespace lumivex::cli

@@ -62,14 +62,14 @@ std::string UnknownCardName(const LocalDateTime& t) {
 }  // namespace
 
 CardIdentification IdentifyCard(const std::string& atr, std::int32_t previousSerialNumberLength,
-                                RegistryApi* registry, Host& host) {
+                                RegistryApi* registry, Host& host, const CodePage& codePage) {
   CardIdentification id;
   if (atr.empty()) return id;  // unknown type, serial-number length -1
   id.serialNumberLength = previousSerialNumberLength;
   if (registry == nullptr) return id;
 
   // Registry failures stay in this module state: the host never hears of them.
-  MRegistry module(*registry);
+  MRegistry module(*registry, codePage);
   const std::uint32_t root = reg::LOCAL_MACHINE;
   bool addNew = module.RegGetValue(root, kCardListKey, kAddNewCards, Variant::FromInt32(0))
                     .ToInt32()

@@ -7,6 +7,7 @@
 
 namespace lumivex {
 
+class CodePage;
 class Host;
 class RegistryApi;
 
@@ -17,7 +18,8 @@ struct CardIdentification {
 
 // atr: trimmed, upper-cased, one blank between bytes ("" clears the identification).
 // previousSerialNumberLength is kept when the list has no match. registry may be null (no list).
+// codePage: the code page of the registry's strings.
 CardIdentification IdentifyCard(const std::string& atr, std::int32_t previousSerialNumberLength,
-                                RegistryApi* registry, Host& host);
+                                RegistryApi* registry, Host& host, const CodePage& codePage);
 
 }  // namespace lumivex

@@ -1,5 +1,6 @@
 // The command engine: every exchange with the reader or the card passes through EncoderCommand,
 // which fills a command's template, transmits it, splits the answer and judges its status word.
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <stdexcept>
@@ -183,6 +184,28 @@ std::string CleanRequest(const std::string& request) {
   return cleaned;
 }
 
+// A raw request that carries a MIFARE key (the reader's load-key command, or the read and write
+// frames with the key inside) as the trace shows it: the key digits replaced by '*'.
+std::string MaskRawKeyFrame(const std::string& request) {
+  constexpr std::size_t kHeaderDigits = 10;  // CLA INS P1 P2 Lc
+  constexpr std::size_t kKeyDigits = 12;
+  const std::size_t size = request.size();
+  std::size_t from = size;
+  std::size_t to = size;
+  if (size <= kHeaderDigits) return request;
+  if (request.starts_with("FF82")) {  // FF 82 P1 P2 Lc key
+    from = kHeaderDigits;
+  } else if (request.starts_with("FFF3")) {  // FF F3 00 bloc 06 key 10
+    from = kHeaderDigits;
+    to = size - 2;
+  } else if (request.starts_with("FFF4")) {  // FF F4 00 bloc length data key
+    from = std::max(kHeaderDigits, size - std::min(size, kKeyDigits));
+  }
+  std::string shown = request;
+  if (from < to) shown.replace(from, to - from, to - from, '*');
+  return shown;
+}
+
 void ReplaceAll(std::string& text, const std::string& placeholder, const std::string& value) {
   for (auto at = text.find(placeholder); at != std::string::npos;
        at = text.find(placeholder, at + value.size())) {
@@ -234,11 +257,15 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
         const CommandInfo& info = Lookup(command);
         commandName = info.commandName;
         std::string text = info.pattern;
+        // The frame as the trace shows it: every secret replaced by '*', whether it parses or not.
+        std::string shown;
         if (command == cmd::Escape || command == cmd::EscapeExt) {
           text = CleanRequest(param(0) != nullptr ? *param(0) : "");
+          shown = MaskRawKeyFrame(text);
         } else if (command == cmd::DesfireSendNextData && param(0) != nullptr) {
           commandName = *param(0);
         }
+        if (shown.empty()) shown = text;
         for (const Slot& slot : info.slots) {
           if (slot.placeholder == nullptr) break;
           const std::string* value = param(slot.param);
@@ -259,6 +286,8 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
             if (slot.fill == F::Secret) RememberSecret(filled);
           }
           ReplaceAll(text, slot.placeholder, filled);
+          ReplaceAll(shown, slot.placeholder,
+                     slot.fill == F::Secret ? std::string(filled.size(), '*') : filled);
         }
         if (command == cmd::ContinueResponse) accumulated += Response;
 
@@ -272,7 +301,7 @@ sceReturnCode Encoder::EncoderCommand(std::int32_t Command, const std::vector<st
         Trace("Calling SCardTransmit(hCard:=" + std::to_string(hCard_) +
               ", pioSendPci:=[dwProtocol=" + std::to_string(sendPci_.dwProtocol) +
               ", cbPciLength=" + std::to_string(sendPci_.cbPciLength) + "], pbSendBuffer:= \"" +
-              text + "\", cbSendLength:=" + std::to_string(frame.size()) +
+              shown + "\", cbSendLength:=" + std::to_string(frame.size()) +
               ", pioRecvPci:=0, pbRecvBuffer, pcbRecvLength:=" + std::to_string(receiveLength) +
               ")");
         buffer.fill(0);

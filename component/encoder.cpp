@@ -7,6 +7,7 @@
 #include <random>
 
 #include "component/numeric_text.h"
+#include "component/windows_1252_code_page.h"
 #include "crypto/des.h"
 #include "crypto/secure_memory.h"
 #include "platform/host.h"
@@ -80,7 +81,8 @@ void MaskAll(std::string& line, std::string& upper, const std::string& needle) {
 }
 
 // Stands in when an Encoder is built without a host binding: the system clock, no message queue to
-// run, a local generator. Keeps such an object usable instead of crashing on first use.
+// run, a local generator and no cryptographic one (an authentication then fails cleanly). Keeps
+// such an object usable instead of crashing on first use.
 class FallbackHost : public Host {
  public:
   std::chrono::system_clock::time_point Now() override { return std::chrono::system_clock::now(); }
@@ -88,6 +90,7 @@ class FallbackHost : public Host {
   void WaitPumpingMessages(std::chrono::milliseconds /*duration*/) override {}
   void Randomize(std::uint64_t seed) override { generator_.seed(seed); }
   double Random() override { return uniform_(generator_); }
+  bool FillRandom(std::span<std::uint8_t> /*bytes*/) override { return false; }
 
  private:
   std::mt19937_64 generator_{0};  // NOLINT(cert-msc32-c,cert-msc51-cpp): Randomize reseeds it
@@ -125,6 +128,7 @@ class UnavailablePcsc : public PcscApi {
 Encoder::Encoder(Platform platform) : platform_(std::move(platform)) {
   if (!platform_.host) platform_.host = std::make_shared<FallbackHost>();
   if (!platform_.pcsc) platform_.pcsc = std::make_shared<UnavailablePcsc>();
+  if (!platform_.codePage) platform_.codePage = std::make_shared<Windows1252CodePage>();
   try {
     Trace("--> Constructor");
     Parameters(kDefaultParameters);
@@ -286,7 +290,7 @@ void Encoder::RememberSecret(const std::string& hex) {
 }
 
 crypto::DES& Encoder::Des() {
-  if (!des_) des_ = std::make_unique<crypto::DES>();
+  if (!des_) des_ = std::make_unique<crypto::DES>(platform_.codePage);
   return *des_;
 }
 

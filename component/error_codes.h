@@ -59,12 +59,15 @@ constexpr std::int32_t kNoChanges = Code(0x90010E4F);
 constexpr std::int32_t kValueExceedsLimits = Code(0x90010E50);
 constexpr std::int32_t kCreditExceedsLimit = Code(0x90010E51);
 
-// Raised by the DES class; caught by the DESFire operations, never seen by the host.
+// Raised by the DES class; the DESFire operations catch them and record them as they are.
 constexpr std::int32_t kBadKeyIndex = Code(0xA0010001);       // "Bad key index"
 constexpr std::int32_t kBadParameterType = Code(0xA0010002);  // "Bad parameter type"
 constexpr std::int32_t kInvalidHexString = Code(0xA0010003);  // "Invalid hexadecimal string"
 constexpr std::int32_t kInvalidAlgorithm = Code(0xA0010004);  // "Invalid cipher algorithm"
 constexpr std::int32_t kInvalidChaining = Code(0xA0010005);   // "Invalid chaining mode"
 constexpr std::int32_t kBadPaddingMode = Code(0xA0010006);    // "Bad padding mode"
+// "Character not in the code page: U+0100": plain text with a character that has no one-byte
+// form in the host's ANSI code page (refused before anything is sent).
+constexpr std::int32_t kNotInCodePage = Code(0xA0010007);
 
 }  // namespace lumivex::err

@@ -72,12 +72,6 @@ std::vector<std::uint8_t> DwordBytes(std::uint32_t value) {
           static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
 }
 
-std::vector<std::uint8_t> TextWithZero(const std::string& text) {
-  std::vector<std::uint8_t> data(text.begin(), text.end());
-  data.push_back(0);
-  return data;
-}
-
 }  // namespace
 
 void MRegistry::SetError(std::int32_t code, const std::string& text) {
@@ -148,7 +142,11 @@ Variant MRegistry::QueryValue(RegKey key, const std::string& valueName,
         // Strings lose their last byte (the terminating zero, or a character when the stored
         // data has none); binary data keeps every byte.
         if (type != reg::BINARY && !buffer.empty()) buffer.pop_back();
-        if (result == reg::SUCCESS) value = Variant::FromText({buffer.begin(), buffer.end()});
+        if (result == reg::SUCCESS) {
+          // Strings are in the code page (one byte a character); binary data stays raw bytes.
+          value = Variant::FromText(type == reg::BINARY ? std::string(buffer.begin(), buffer.end())
+                                                        : codePage_.ToText(buffer));
+        }
         break;
       }
       case reg::DWORD: {
@@ -174,15 +172,22 @@ Variant MRegistry::QueryValue(RegKey key, const std::string& valueName,
   return value;
 }
 
-std::optional<MRegistry::EncodedValue> MRegistry::Encode(const Variant& value,
-                                                         const RegistryWriteOptions& options) {
+std::optional<std::vector<std::uint8_t>> MRegistry::TextWithZero(const std::string& text) const {
+  auto data = codePage_.ToBytes(text);
+  if (data) data->push_back(0);
+  return data;
+}
+
+std::optional<MRegistry::EncodedValue> MRegistry::Encode(
+    const Variant& value, const RegistryWriteOptions& options) const {
   EncodedValue encoded;
   if (options.type) {
     encoded.type = *options.type;
     if (encoded.type == reg::SZ || encoded.type == reg::BINARY || encoded.type == reg::MULTI_SZ) {
       const auto text = VariantToText(value);
-      if (!text) return std::nullopt;
-      encoded.data = TextWithZero(*text);
+      auto data = text ? TextWithZero(*text) : std::nullopt;
+      if (!data) return std::nullopt;  // not a text, or a character the code page cannot hold
+      encoded.data = std::move(*data);
     } else {
       const auto number = value.ToInt32();
       if (!number) return std::nullopt;
@@ -207,12 +212,12 @@ std::optional<MRegistry::EncodedValue> MRegistry::Encode(const Variant& value,
     case Variant::Kind::Currency:
     case Variant::Kind::Date:
       encoded.type = reg::SZ;
-      encoded.data = TextWithZero(*VariantToText(value));
+      encoded.data = *TextWithZero(*VariantToText(value));  // digits and separators: always held
       return encoded;
     case Variant::Kind::Text:
-      if (IsAnsiText(*value.AsText())) {
+      if (auto data = TextWithZero(*value.AsText())) {
         encoded.type = reg::SZ;
-        encoded.data = TextWithZero(*value.AsText());
+        encoded.data = std::move(*data);
       } else {
         encoded.type = reg::BINARY;
         encoded.data = Utf8ToUtf16Le(*value.AsText());
@@ -289,9 +294,8 @@ std::int32_t MRegistry::GetValueNames(RegKey root, const std::string& subKey,
   return error_.code == 0 ? static_cast<std::int32_t>(names.size()) : 0;
 }
 
-bool MRegistry::IsAnsiText(const std::string& text) {
-  const auto characters = DecodeUtf8(text);
-  return std::all_of(characters.begin(), characters.end(), [](char32_t c) { return c <= 0xFF; });
+bool MRegistry::IsAnsiText(const std::string& text) const {
+  return codePage_.ToBytes(text).has_value();
 }
 
 Variant MRegistry::RegGetValue(std::uint32_t root, const std::string& subKey,

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "component/variant.h"
+#include "platform/code_page.h"
 #include "platform/registry_api.h"
 
 namespace lumivex {
@@ -32,12 +33,14 @@ struct RegistryWriteOptions {
 };
 
 // One module state per registry seam: create one MRegistry for each RegistryApi it works through.
+// String data crosses the seam in the code page, one byte a character, as the ANSI registry calls
+// take it; key paths and value names cross as they are.
 class MRegistry {
  public:
   // Called at the end of every read, write or listing that failed; does nothing unless set.
   using ErrorHook = std::function<void(std::int32_t code, const std::string& text)>;
 
-  explicit MRegistry(RegistryApi& api) : api_(api) {}
+  MRegistry(RegistryApi& api, const CodePage& codePage) : api_(api), codePage_(codePage) {}
 
   // handle := root for this machine, else the remote computer's root ("\\" put in front of the
   // name when missing). False (error state set) when the computer cannot be reached.
@@ -45,9 +48,9 @@ class MRegistry {
   // Closes a remote root; local predefined roots are never closed.
   void CloseRoot(RegKey handle, const std::string& computer);
 
-  // Strings come back without their terminating zero (the first size - 1 bytes), binary data as
-  // its raw bytes in a text, 32-bit numbers as Int32. The default when the value is absent
-  // (without an error) or unreadable (with one).
+  // Strings come back without their terminating zero (the first size - 1 bytes, read in the code
+  // page), binary data as its raw bytes in a text, 32-bit numbers as Int32. The default when the
+  // value is absent (without an error) or unreadable (with one).
   Variant ReadValue(RegKey root, const std::string& subKey, const std::string& valueName,
                     const Variant& defaultValue, const std::string& computer = {});
 
@@ -56,8 +59,10 @@ class MRegistry {
   //   Bool                     -> REG_DWORD, 1 or 0
   //   Single, Double, Currency -> REG_SZ, NumberText with its terminating zero
   //   Date                     -> REG_SZ, GeneralDateText with its terminating zero
-  //   text (IsAnsiText)        -> REG_SZ, its UTF-8 bytes and one zero
+  //   text (IsAnsiText)        -> REG_SZ, its bytes in the code page and one zero
   //   any other text           -> REG_BINARY, its UTF-16LE form and one zero character (2 bytes)
+  // With an explicit type, a text that the code page cannot hold is not written (error
+  // reg::UNSUPPORTED_TYPE).
   //   Empty, Null, Error, byte array -> nothing written, error reg::UNSUPPORTED_TYPE
   // The result is the failure code of the key opening, else 0.
   std::int32_t WriteValue(RegKey root, const std::string& subKey, const std::string& valueName,
@@ -70,8 +75,9 @@ class MRegistry {
                              std::vector<std::string>& names, const std::string& computer = {});
 
   // True when every character (UTF-8 code point, an invalid byte counting as its own value) has a
-  // code 0..255.
-  static bool IsAnsiText(const std::string& text);
+  // one-byte form in the code page (the host's ANSI code page: "é" and "€" in Windows-1252, not
+  // U+0100).
+  [[nodiscard]] bool IsAnsiText(const std::string& text) const;
 
   // The entry points of card identification: the root must be HKEY_CLASSES_ROOT,
   // HKEY_CURRENT_USER or HKEY_LOCAL_MACHINE, any other is silently replaced by HKEY_CURRENT_USER.
@@ -96,10 +102,14 @@ class MRegistry {
   void SetError(std::int32_t code, const std::string& text);
   void FinishOperation();
   Variant QueryValue(RegKey key, const std::string& valueName, const Variant& defaultValue);
-  static std::optional<EncodedValue> Encode(const Variant& value,
-                                            const RegistryWriteOptions& options);
+  [[nodiscard]] std::optional<EncodedValue> Encode(const Variant& value,
+                                                   const RegistryWriteOptions& options) const;
+  // The text's bytes in the code page and one zero; nullopt when the code page cannot hold it.
+  [[nodiscard]] std::optional<std::vector<std::uint8_t>> TextWithZero(
+      const std::string& text) const;
 
   RegistryApi& api_;
+  const CodePage& codePage_;
   RegistryError error_;
   ErrorHook hook_;
 };

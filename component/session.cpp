@@ -1,6 +1,7 @@
 // The reader session: the PC/SC context and card connection of an Encoder, opened by OpenEncoder,
 // renewed before each card operation by SelectCardInRange, released by CloseEncoder.
 #include <algorithm>
+#include <array>
 #include <cctype>
 
 #include "component/card_identification.h"
@@ -8,6 +9,7 @@
 #include "component/error_codes.h"
 #include "component/hex.h"
 #include "component/texts.h"
+#include "platform/code_page.h"
 #include "platform/host.h"
 
 namespace lumivex {
@@ -320,11 +322,23 @@ std::string Encoder::ReaderType() {
       result = device_;
     } else {
       Trace("hContext <> 0, hCard <> 0 ==> Results can be returned from the encoder");
-      result = ReaderGetAttr("Device name: %1", scard::ATTR_DEVICE_FRIENDLY_NAME_A, 1) + "\r\n" +
-               ReaderGetAttr("Vendor name: %1", scard::ATTR_VENDOR_NAME, 1) + "\r\n" +
-               ReaderGetAttr("Type: %1", scard::ATTR_VENDOR_IFD_TYPE, 1) + "\r\n" +
-               ReaderGetAttr("Version: %1", scard::ATTR_VENDOR_IFD_VERSION, 0) + "\r\n" +
-               ReaderGetAttr("Serial number: %1", scard::ATTR_VENDOR_IFD_SERIAL_NO, 1) + "\r\n";
+      // One statement a line: the attributes are read (and traced) in the order they are shown.
+      struct Line {
+        const char* text;
+        PcscDword attribute;
+        int kind;
+      };
+      static constexpr std::array<Line, 5> kLines{{
+          {"Device name: %1", scard::ATTR_DEVICE_FRIENDLY_NAME_A, 1},
+          {"Vendor name: %1", scard::ATTR_VENDOR_NAME, 1},
+          {"Type: %1", scard::ATTR_VENDOR_IFD_TYPE, 1},
+          {"Version: %1", scard::ATTR_VENDOR_IFD_VERSION, 0},
+          {"Serial number: %1", scard::ATTR_VENDOR_IFD_SERIAL_NO, 1},
+      }};
+      for (const Line& line : kLines) {
+        result += ReaderGetAttr(line.text, line.attribute, line.kind);
+        result += "\r\n";
+      }
     }
     FinishLastError("ReaderType");
     Trace("<-- Get ReaderType");
@@ -352,9 +366,11 @@ std::string Encoder::ReaderGetAttr(const std::string& Template, PcscDword Attrib
   }
   std::string value;
   if (Kind == 1) {
-    // Text up to the first zero byte (or all of it when the driver sent none).
+    // 8-bit text (the code page) up to the first zero byte (or all of it when the driver sent
+    // none).
     const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
-    value.assign(bytes.begin(), end);
+    value = platform_.codePage->ToText(
+        std::span<const std::uint8_t>(bytes.data(), static_cast<std::size_t>(end - bytes.begin())));
   } else if (Kind == 0) {
     for (std::size_t i = 0; i < bytes.size() && i < 4; ++i) {
       if (i > 0) value += '.';
@@ -400,7 +416,8 @@ void Encoder::LetATRString(const std::string& atr) {
   atrString_ = TrimUpper(atr);
   CardIdentification id;
   try {
-    id = IdentifyCard(atrString_, serialNumberLength_, platform_.registry.get(), *platform_.host);
+    id = IdentifyCard(atrString_, serialNumberLength_, platform_.registry.get(), *platform_.host,
+                      *platform_.codePage);
   } catch (const std::exception&) {
     // The card list is the host's: when it cannot be read the card is simply unknown.
     id.serialNumberLength = atrString_.empty() ? -1 : serialNumberLength_;

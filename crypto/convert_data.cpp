@@ -1,12 +1,13 @@
 // DES::ConvertData: byte data between its seven forms.
 //   0 spaced hex text   1 compact hex text   2 array of bits   3 spaced bit text
-//   4 compact bit text  5 array of bytes     6 plain text, one character a byte
+//   4 compact bit text  5 array of bytes     6 plain text, one character a byte (the code page)
 // The mode holds the target form in its low byte and the source form in its second byte.
 #include <string_view>
 
 #include "crypto/des.h"
 #include "crypto/des_errors.h"
 #include "crypto/hex_codec.h"
+#include "platform/code_page.h"
 
 namespace lumivex::crypto {
 namespace {
@@ -43,8 +44,17 @@ const std::string* TextOf(const ConvertValue& data) {
   return std::get_if<std::string>(&data);
 }
 
+// Plain text (UTF-8) to its bytes in the code page, one a character.
+Bytes PlainTextBytes(std::string_view text, const CodePage* codePage) {
+  if (codePage == nullptr) RaiseDesError(kDesBadParameterType);
+  char32_t unmappable = 0;
+  auto bytes = codePage->ToBytes(text, &unmappable);
+  if (!bytes) RaiseNotInCodePage(unmappable);
+  return std::move(*bytes);
+}
+
 // Steps 1 to 3: the data's kind against the source form, then the bytes it stands for.
-Bytes SourceBytes(const ConvertValue& data, int source) {
+Bytes SourceBytes(const ConvertValue& data, int source, const CodePage* codePage) {
   const auto* array = std::get_if<Bytes>(&data);
   const bool isArraySource = source == 2 || source == 5;
   if (source > 6 || isArraySource != (array != nullptr)) RaiseDesError(kDesBadParameterType);
@@ -66,7 +76,7 @@ Bytes SourceBytes(const ConvertValue& data, int source) {
     case 5:
       return *array;
     default:  // 6
-      return {text.begin(), text.end()};
+      return PlainTextBytes(text, codePage);
   }
 }
 
@@ -81,7 +91,7 @@ std::string FormatBits(const Bytes& bytes, bool spaced) {
   return text;
 }
 
-ConvertValue TargetForm(Bytes bytes, int target) {
+ConvertValue TargetForm(Bytes bytes, int target, const CodePage* codePage) {
   switch (target) {
     case 0:
       return detail::FormatHex(bytes, true);
@@ -103,7 +113,8 @@ ConvertValue TargetForm(Bytes bytes, int target) {
     case 5:
       return bytes;
     default:  // 6
-      return std::string(bytes.begin(), bytes.end());
+      if (codePage == nullptr) RaiseDesError(kDesBadParameterType);
+      return codePage->ToText(bytes);
   }
 }
 
@@ -114,10 +125,10 @@ ConvertValue DES::ConvertData(const ConvertValue& data, std::int32_t mode) {
   if (mode < 0 || mode > 0xFFFF) RaiseDesError(kDesBadParameterType);
   const int target = mode & 0xFF;
   const int source = (mode & 0xFF00) >> 8;
-  Bytes bytes = SourceBytes(data, source);
+  Bytes bytes = SourceBytes(data, source, codePage_.get());
   if (target > 6) RaiseDesError(kDesBadParameterType);
   if (bytes.empty()) return std::monostate{};
-  return TargetForm(std::move(bytes), target);
+  return TargetForm(std::move(bytes), target, codePage_.get());
 }
 
 }  // namespace lumivex::crypto

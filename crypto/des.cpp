@@ -29,7 +29,7 @@ constexpr std::uint32_t kChainingMask = 0xFFFFF000U;
 }  // namespace
 
 // A fresh object holds all-zero keys and IV, which is what a one-character "0" text expands to.
-DES::DES() = default;
+DES::DES(std::shared_ptr<const CodePage> codePage) : codePage_(std::move(codePage)) {}
 
 DES::~DES() {
   SecureWipe(keys_.data(), sizeof(keys_));

@@ -4,12 +4,17 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "crypto/des_block.h"
+
+namespace lumivex {
+class CodePage;
+}
 
 namespace lumivex::crypto {
 
@@ -25,7 +30,7 @@ enum DesMode : std::int32_t {
   desChainedCBC = 0x4000,
 };
 
-// Numbered errors raised by this class (0xA0010001..0xA0010006); the caller decides what to record.
+// Numbered errors raised by this class (0xA0010001..0xA0010007); the caller decides what to record.
 class DesError : public std::runtime_error {
  public:
   DesError(std::int32_t number, const char* description)
@@ -42,7 +47,9 @@ using ConvertValue = std::variant<std::monostate, std::string, std::vector<std::
 
 class DES {
  public:
-  DES();
+  // codePage: the plain text of form 6, one byte a character. Without one (a cipher used on its
+  // own) there is no plain-text form: form 6 raises "Bad parameter type".
+  explicit DES(std::shared_ptr<const CodePage> codePage = nullptr);
   ~DES();  // wipes keys, round keys and IV
   DES(const DES&) = delete;
   DES& operator=(const DES&) = delete;
@@ -59,6 +66,7 @@ class DES {
   // CRC_A of ISO/IEC 14443-3 over hexadecimal text: "LL HH" (low byte first).
   std::string CRC16(const std::string& data);
   // Mode: target form in the low byte, source form in the high byte (see the form codes).
+  // Plain text with a character that has no one-byte form in the code page raises 0xA0010007.
   ConvertValue ConvertData(const ConvertValue& data, std::int32_t mode);
 
  private:
@@ -66,6 +74,7 @@ class DES {
 
   std::array<std::array<std::uint8_t, 8>, 3> keys_{};
   std::array<std::uint8_t, 8> iv_{};
+  std::shared_ptr<const CodePage> codePage_;
 };
 
 }  // namespace lumivex::crypto

@@ -1,5 +1,9 @@
 #include "crypto/des_errors.h"
 
+#include <array>
+#include <cstdio>
+#include <string>
+
 #include "crypto/des.h"
 
 namespace lumivex::crypto {
@@ -29,6 +33,13 @@ void RaiseDesError(std::int32_t number) {
       break;
   }
   throw DesError(number, description);
+}
+
+void RaiseNotInCodePage(char32_t character) {
+  std::array<char, 16> code{};
+  (void)std::snprintf(code.data(), code.size(), "U+%04X", static_cast<unsigned>(character));
+  throw DesError(kDesNotInCodePage,
+                 (std::string("Character not in the code page: ") + code.data()).c_str());
 }
 
 }  // namespace lumivex::crypto

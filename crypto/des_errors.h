@@ -12,8 +12,11 @@ inline constexpr std::int32_t kDesInvalidHexString = static_cast<std::int32_t>(0
 inline constexpr std::int32_t kDesInvalidAlgorithm = static_cast<std::int32_t>(0xA0010004);
 inline constexpr std::int32_t kDesInvalidChaining = static_cast<std::int32_t>(0xA0010005);
 inline constexpr std::int32_t kDesBadPaddingMode = static_cast<std::int32_t>(0xA0010006);
+inline constexpr std::int32_t kDesNotInCodePage = static_cast<std::int32_t>(0xA0010007);
 
 // Throws DesError with the number and its description ("Bad key index", ...).
 [[noreturn]] void RaiseDesError(std::int32_t number);
+// Throws kDesNotInCodePage: "Character not in the code page: U+0100" (the character's code).
+[[noreturn]] void RaiseNotInCodePage(char32_t character);
 
 }  // namespace lumivex::crypto

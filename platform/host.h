@@ -1,9 +1,11 @@
-// The host seam: time, the wait that keeps the host's message queue running, and the random source.
-// Production binds the real clock; tests bind virtual time so nothing sleeps.
+// The host seam: time, the wait that keeps the host's message queue running, and the random
+// sources. Production binds the real clock and the system's cryptographic generator; tests bind
+// virtual time and deterministic numbers so nothing sleeps and every run is the same.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
+#include <span>
 
 namespace lumivex {
 
@@ -29,8 +31,11 @@ class Host {
   virtual void WaitPumpingMessages(std::chrono::milliseconds duration) = 0;
   // Seeds the uniform pseudo-random generator.
   virtual void Randomize(std::uint64_t seed) = 0;
-  // A uniform pseudo-random number in [0, 1).
+  // A uniform pseudo-random number in [0, 1) (the number GetInformation shows; never key material).
   virtual double Random() = 0;
+  // Fills bytes from the operating system's cryptographic generator (random challenges of an
+  // authentication). False, with the bytes unspecified, when the generator cannot deliver.
+  virtual bool FillRandom(std::span<std::uint8_t> bytes) = 0;
 };
 
 }  // namespace lumivex

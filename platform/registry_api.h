@@ -1,7 +1,9 @@
 // The registry seam: the registry calls the component makes, shaped like advapi32's.
 // Production bindings: advapi32 on Windows, a file-backed store (registry export text) elsewhere.
-// Texts (key paths, value names, string data) cross the seam as bytes: UTF-8 inside the core, the
-// process's ANSI code page on Windows.
+// Key paths and value names cross the seam as the component's texts (UTF-8; the component's own
+// are ASCII). String data (REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ) crosses in the plain-text code
+// page, one byte a character, as the ANSI registry calls take it: the system's ANSI code page on
+// Windows, Windows-1252 in the file store.
 #pragma once
 
 #include <cstdint>

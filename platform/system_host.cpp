@@ -7,6 +7,8 @@ namespace lumivex {
 
 // Runs the host's pending window messages for a moment (no-op where there is no message queue).
 void PumpHostMessages(std::chrono::milliseconds slice);
+// Fills bytes from the system's cryptographic generator; false when it cannot deliver.
+bool FillFromSystemGenerator(std::span<std::uint8_t> bytes);
 
 std::chrono::system_clock::time_point SystemHost::Now() {
   return std::chrono::system_clock::now();
@@ -38,6 +40,10 @@ void SystemHost::Randomize(std::uint64_t seed) {
 
 double SystemHost::Random() {
   return uniform_(generator_);
+}
+
+bool SystemHost::FillRandom(std::span<std::uint8_t> bytes) {
+  return FillFromSystemGenerator(bytes);
 }
 
 }  // namespace lumivex

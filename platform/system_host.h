@@ -1,4 +1,5 @@
-// The host seam bound to the real clock, a real wait and a seeded pseudo-random generator.
+// The host seam bound to the real clock, a real wait, a seeded pseudo-random generator and the
+// system's cryptographic generator.
 #pragma once
 
 #include <random>
@@ -14,6 +15,7 @@ class SystemHost : public Host {
   void WaitPumpingMessages(std::chrono::milliseconds duration) override;
   void Randomize(std::uint64_t seed) override;
   double Random() override;
+  bool FillRandom(std::span<std::uint8_t> bytes) override;
 
  private:
   // Seeded again by Randomize(), which the Encoder calls from the clock.

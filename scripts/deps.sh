@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ pkg-config clang libclang-rt-14-dev
+  cmake ninja-build g++ pkg-config clang libclang-rt-14-dev clang-format clang-tidy
   libpcsclite-dev pcscd vsmartcard-vpcd pcsc-tools
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libssl-dev
   g++-mingw-w64-i686 g++-mingw-w64-x86-64 mingw-w64-tools

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # The test command: installs what is missing, builds the dev preset, runs every test (unit, then
-# the real PC/SC stack), checks the release build, runs each fuzz target briefly, and
-# builds the Windows COM server (32- and 64-bit) and runs it under Wine.
+# the real PC/SC stack), runs the quality gates (format and clang-tidy: scripts/lint.sh; the unit
+# tests under AddressSanitizer and UndefinedBehaviorSanitizer), checks the release build, runs
+# each fuzz target briefly, and builds the Windows COM server (32- and 64-bit) and runs it under
+# Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -18,11 +20,23 @@ if [ -x tests/pcsc/with-pcscd.sh ] && [ -f tests/pcsc/CMakeLists.txt ]; then
   tests/pcsc/with-pcscd.sh ctest --test-dir build/dev -L pcsc --output-on-failure
 fi
 
-echo "== release build: the main job and the cipher benchmark"
+echo "== quality gates: format and clang-tidy"
+scripts/lint.sh
+
+echo "== quality gates: unit tests under AddressSanitizer and UndefinedBehaviorSanitizer"
+cmake --preset asan
+cmake --build --preset asan -j "$jobs"
+if ! ctest --preset asan -j "$jobs"; then
+  echo "FAILED: the unit tests under the asan preset (the sanitizer's report is above)" >&2
+  exit 1
+fi
+
+echo "== release build: the main job, the cipher benchmark and the script memory"
 cmake --preset release
 cmake --build --preset release -j "$jobs"
 build/release/bin/lumivex demo
 build/release/bin/lumivex-bench --benchmark_filter='BM_Des3EcbEncrypt' --benchmark_min_time=0.2
+build/release/bin/lumivex-script-memory
 
 echo "== fuzz smoke run (10 s a target)"
 scripts/fuzz.sh 10

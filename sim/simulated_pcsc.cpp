@@ -149,6 +149,10 @@ PcscLong SimulatedPcsc::Admit(Connection& connection, PcscDword preferredProtoco
     return Result(scard::E_PROTO_MISMATCH);
   }
   if (!reader_.HasCard()) return Result(scard::E_NO_SMARTCARD);
+  const PcscDword allowed = preferredProtocols & offeredProtocols_;
+  if ((allowed & (scard::PROTOCOL_T0 | scard::PROTOCOL_T1)) == 0) {
+    return Result(scard::E_PROTO_MISMATCH);
+  }
   for (const auto& [handle, other] : connections_) {
     if (handle == except || other.cardGeneration != cardGeneration_) continue;
     if (connection.shareMode == scard::SHARE_EXCLUSIVE ||
@@ -156,11 +160,16 @@ PcscLong SimulatedPcsc::Admit(Connection& connection, PcscDword preferredProtoco
       return Result(scard::E_SHARING_VIOLATION);
     }
   }
-  // A contactless reader offers both protocols; T=1 is chosen when the caller allows it.
+  // A contactless card usually offers both protocols; T=1 is chosen when both sides allow it.
   connection.protocol =
-      (preferredProtocols & scard::PROTOCOL_T1) != 0 ? scard::PROTOCOL_T1 : scard::PROTOCOL_T0;
+      (allowed & scard::PROTOCOL_T1) != 0 ? scard::PROTOCOL_T1 : scard::PROTOCOL_T0;
   connection.cardGeneration = cardGeneration_;
   return Result(scard::S_SUCCESS);
+}
+
+void SimulatedPcsc::SetOfferedProtocols(PcscDword protocols) {
+  std::lock_guard lock(mutex_);
+  offeredProtocols_ = protocols;
 }
 
 PcscLong SimulatedPcsc::Disconnect(PcscHandle card, PcscDword disposition) {

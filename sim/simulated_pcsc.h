@@ -29,6 +29,9 @@ class SimulatedPcsc : public PcscApi {
   // Contexts and card connections established and not released yet.
   std::size_t openContexts() const;
   std::size_t openConnections() const;
+  // The protocols the card accepts (scard::PROTOCOL_T0 | PROTOCOL_T1 unless set): a connection
+  // that allows none of them fails with SCARD_E_PROTO_MISMATCH, as a real reader's does.
+  void SetOfferedProtocols(PcscDword protocols);
 
   PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
   PcscLong ReleaseContext(PcscContext context) override;
@@ -66,6 +69,7 @@ class SimulatedPcsc : public PcscApi {
   std::string readerName_;
   SimulatedReader reader_;
   std::uint64_t cardGeneration_ = 0;
+  PcscDword offeredProtocols_ = scard::PROTOCOL_T0 | scard::PROTOCOL_T1;
   std::map<PcscContext, bool> contexts_;
   std::map<PcscHandle, Connection> connections_;
   PcscContext nextContext_ = 0x1000;

@@ -1,5 +1,6 @@
 // Selecting a DESFire application and authenticating in it with the native three-pass exchange
 // (single DES or two-key triple DES), which leaves the session key for the later operations.
+#include <array>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -116,12 +117,15 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
         desfire::RemoveBlanks(des.Decrypt(response, kind | crypto::desCBC)));
     const desfire::SecretText rndBRotated(desfire::RotateLeftOneByte(rndB.str()));
 
-    if (!platform_.host) throw std::runtime_error("No random source");
-    desfire::SecretText rndA;
-    for (int i = 0; i < 8; ++i) {
-      const double r = platform_.host->Random();
-      rndA.str() += desfire::Hex2(static_cast<std::int32_t>(r * 256.0) & 0xFF);
+    // RndA comes from the system's cryptographic generator: a predictable challenge would let
+    // an eavesdropper replay or derive the session key.
+    std::array<std::uint8_t, 8> random{};
+    if (!platform_.host || !platform_.host->FillRandom(random)) {
+      throw std::runtime_error("No cryptographic random source");
     }
+    desfire::SecretText rndA;
+    for (const std::uint8_t byte : random) rndA.str() += desfire::Hex2(byte);
+    crypto::SecureWipe(random.data(), random.size());
 
     // Second pass: RndA and RndB' deciphered in the sending chaining, which the card's encipher
     // undoes.

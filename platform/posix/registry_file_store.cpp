@@ -11,11 +11,35 @@
 #include <cstring>
 #include <new>
 
+#include "component/utf8.h"
+#include "component/windows_1252_code_page.h"
 #include "platform/posix/registry_file_format.h"
 
 namespace lumivex {
 
 namespace {
+
+bool IsTextType(RegDword type) {
+  return type == reg::SZ || type == reg::EXPAND_SZ || type == reg::MULTI_SZ;
+}
+
+// String data crosses the seam in this system's code page (Windows-1252), one byte a character,
+// as the ANSI registry calls take it; the store keeps it as UTF-8. A character that the code page
+// lacks reads as "?", as such a character reads through the ANSI calls on Windows.
+std::vector<std::uint8_t> FromCodePage(const std::vector<std::uint8_t>& bytes) {
+  const std::string text = Windows1252CodePage().ToText(bytes);
+  return {text.begin(), text.end()};
+}
+
+std::vector<std::uint8_t> ToCodePage(const std::vector<std::uint8_t>& utf8) {
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(utf8.size());
+  for (const char32_t c :
+       DecodeUtf8(std::string_view(reinterpret_cast<const char*>(utf8.data()), utf8.size()))) {
+    bytes.push_back(Windows1252CodePage::ByteOf(c).value_or('?'));
+  }
+  return bytes;
+}
 
 class FileDescriptor {
  public:
@@ -321,7 +345,9 @@ RegResult RegistryFileStore::QueryValue(RegKey key, const std::string& name, Reg
     const RegistryValue* value = node->FindValue(name);
     if (value == nullptr) return reg::FILE_NOT_FOUND;
     if (type != nullptr) *type = value->type;
-    const auto needed = static_cast<RegDword>(value->data.size());
+    const std::vector<std::uint8_t> stored =
+        IsTextType(value->type) ? ToCodePage(value->data) : value->data;
+    const auto needed = static_cast<RegDword>(stored.size());
     if (data == nullptr) {
       if (size != nullptr) *size = needed;
       return reg::SUCCESS;
@@ -330,7 +356,7 @@ RegResult RegistryFileStore::QueryValue(RegKey key, const std::string& name, Reg
     const RegDword room = *size;
     *size = needed;
     if (room < needed) return reg::MORE_DATA;
-    std::copy(value->data.begin(), value->data.end(), data);
+    std::copy(stored.begin(), stored.end(), data);
     return reg::SUCCESS;
   });
 }
@@ -342,6 +368,7 @@ RegResult RegistryFileStore::SetValue(RegKey key, const std::string& name, RegDw
     if (const RegResult r = Resolve(key, opened); r != reg::SUCCESS) return r;
     if ((data == nullptr && size != 0) || !IsWritableName(name)) return reg::INVALID_PARAMETER;
     std::vector<std::uint8_t> bytes(data, data + size);
+    if (IsTextType(type)) bytes = FromCodePage(bytes);
     return Modify(opened.root, [&](RegistryDocument& document, bool& changed) {
       RegistryKeyNode* node = document.Find(opened.root, opened.path);
       if (node == nullptr) return reg::KEY_DELETED;

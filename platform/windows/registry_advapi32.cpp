@@ -19,10 +19,13 @@ namespace {
 
 // Predefined roots are 32-bit values that a 64-bit HKEY holds sign-extended
 // (HKEY_LOCAL_MACHINE is (HKEY)(ULONG_PTR)(LONG)0x80000002).
+// A handle travels through the seam as an integer, so it becomes a pointer again here.
 HKEY ToHkey(RegKey key) {
-  if (reg::IsPredefinedRoot(key))
+  if (reg::IsPredefinedRoot(key)) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a predefined root is an integer handle
     return reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG>(key)));
-  return reinterpret_cast<HKEY>(key);
+  }
+  return reinterpret_cast<HKEY>(key);  // NOLINT(performance-no-int-to-ptr): see above
 }
 
 RegKey FromHkey(HKEY key) {

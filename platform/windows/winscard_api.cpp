@@ -180,7 +180,7 @@ PcscLong WinscardApi::Status(PcscHandle card, std::string* readerName, PcscDword
   LONG result = SCARD_S_SUCCESS;
   // A second round only when the reader's name is longer than the first buffer.
   for (int round = 0; round < 2; ++round) {
-    DWORD nameLength = static_cast<DWORD>(name.size());
+    auto nameLength = static_cast<DWORD>(name.size());
     const DWORD atrCapacity = atrLength != nullptr ? *atrLength : 0;
     result =
         call(static_cast<SCARDHANDLE>(card), readerName != nullptr ? name.data() : nullptr,
@@ -195,7 +195,7 @@ PcscLong WinscardApi::Status(PcscHandle card, std::string* readerName, PcscDword
   if (state != nullptr) *state = result == SCARD_S_SUCCESS ? StateBits(rawState) : 0;
   if (readerName != nullptr) {
     // The name comes as a list of zero-ended names; the first one is the reader's.
-    *readerName = result == SCARD_S_SUCCESS ? std::string(name.c_str()) : std::string();
+    *readerName = result == SCARD_S_SUCCESS ? name.substr(0, name.find('\0')) : std::string();
   }
   return result;
 }

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <sstream>
 
+#include "cli/output.h"
+#include "sim/desfire/desfire_card.h"
 #include "sim/mifare/mifare_classic_card.h"
 #include "sim/simulated_pcsc.h"
 #include "tests/support/virtual_host.h"
@@ -119,6 +123,88 @@ TEST_F(ScriptRunnerTest, EnumerationNamesAndSumsAreAccepted) {
                             "  Conditions = 3\n  BX = 105\n"),
             std::string::npos)
       << out_.str();
+}
+
+// Hands out one line at a time, each only when asked, and counts the lines asked for before the
+// runner had answered every line before them (a runner that waits for the end of its input, or
+// does not flush, asks early).
+class LineByLine : public std::streambuf {
+ public:
+  LineByLine(std::vector<std::string> lines, std::function<std::size_t()> answers)
+      : lines_(std::move(lines)), answers_(std::move(answers)) {}
+  [[nodiscard]] int early() const { return early_; }
+
+ protected:
+  int_type underflow() override {
+    if (next_ == lines_.size()) return traits_type::eof();
+    if (answers_() < expected_) ++early_;
+    const std::string& line = lines_[next_++];
+    if (!line.empty() && line[0] != '#') ++expected_;
+    current_ = line + "\n";
+    setg(current_.data(), current_.data(), current_.data() + current_.size());
+    return traits_type::to_int_type(current_[0]);
+  }
+
+ private:
+  std::vector<std::string> lines_;
+  std::function<std::size_t()> answers_;
+  std::size_t next_ = 0;
+  std::size_t expected_ = 0;
+  int early_ = 0;
+  std::string current_;
+};
+
+TEST_F(ScriptRunnerTest, StandardInputAnswersEachLineBeforeReadingTheNext) {
+  const auto answers = [this] {
+    const std::string text = out_.str();
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  };
+  LineByLine lines(
+      {"OpenEncoder 0", "Bogus 1", "", "# a comment", "ReadSerialNumber ?", "Get EncoderState"},
+      answers);
+  std::istream in(&lines);
+  EXPECT_EQ(RunScriptAsItArrives(encoder_, in, true, out_, err_), kUsageError);
+  EXPECT_EQ(lines.early(), 0) << "a line was read before the one before it was answered";
+  EXPECT_EQ(out_.str(),
+            "{\"member\": \"OpenEncoder\", \"result\": 0, \"outputs\": {}}\n"
+            "{\"line\": 2, \"error\": \"unknown member 'Bogus'\"}\n"
+            "{\"member\": \"ReadSerialNumber\", \"result\": 0, \"outputs\": "
+            "{\"SerialNumber\": \"12345678\"}}\n"
+            "{\"member\": \"EncoderState\", \"value\": 3}\n");
+
+  // A checked script needs a second pass: input that cannot be rewound is refused, unrun.
+  LineByLine once({"CloseEncoder"}, answers);
+  std::istream onceIn(&once);
+  EXPECT_EQ(RunCheckedScript(encoder_, onceIn, false, out_, err_), kUsageError);
+  EXPECT_NE(err_.str().find("cannot be read a second time"), std::string::npos);
+  EXPECT_EQ(encoder_.EncoderState(), sceReady);
+}
+
+// Plain text goes to the card one byte a character and comes back as the same UTF-8 text; JSON
+// output is well-formed UTF-8 whatever bytes a text holds.
+TEST_F(ScriptRunnerTest, CarriesPlainTextFaithfully) {
+  sim_->InsertCard(sim::MakeDesfire());
+  EXPECT_EQ(Run("OpenEncoder 0\n"
+                "DESFireSelectRoot 0000000000000000\n"
+                "DESFireCreateApplication A1B2C3 dfkApplDefault 1\n"
+                "DESFireSelectApplication A1B2C3 0 0000000000000000\n"
+                "DESFireCreateStdDataFile 1 0 0 0 0 0 8\n"
+                "DESFireWriteData 1 0 0 \"\xC3\xA9\xE2\x82\xAC!\" False\n"
+                "DESFireReadData 1 0 3 ? True\n"
+                "DESFireReadData 1 0 3 ? False\n",
+                true),
+            kAllSucceeded)
+      << out_.str() << err_.str();
+  EXPECT_NE(out_.str().find(R"("DataString": "E9 80 21")"), std::string::npos) << out_.str();
+  EXPECT_NE(out_.str().find("\"DataString\": \"\xC3\xA9\xE2\x82\xAC!\""), std::string::npos);
+
+  const std::vector<std::pair<std::string, std::string>> json = {
+      {"a\"b\\c\n", R"("a\"b\\c\n")"},
+      {std::string("\0\x1F", 2), R"("\u0000\u001f")"},
+      {"\xC3\xA9\xE2\x82\xAC", "\"\xC3\xA9\xE2\x82\xAC\""},  // UTF-8 as it is
+      {"\xE9\xFF", "\"\xC3\xA9\xC3\xBF\""},                  // stray bytes: their characters
+  };
+  for (const auto& [text, expected] : json) EXPECT_EQ(JsonString(text), expected) << text;
 }
 
 }  // namespace

@@ -35,6 +35,24 @@ TEST(OpenEncoder, ConnectsExclusivelyAndIdentifiesTheCardAfterTheWait) {
             "Version: 2.0.1.7\r\nSerial number: SN0001\r\n");
 }
 
+TEST(ReaderType, ReadsNameVendorTypeVersionAndSerialNumberInThatOrderAsText) {
+  test::ScriptedEncoder bench;
+  bench.pcsc->SetTextAttribute(scard::ATTR_VENDOR_NAME, "Lecteurs \xC9tienne");  // 8-bit text
+  bench.Open();
+  EXPECT_NE(bench.encoder.ReaderType().find("Vendor name: Lecteurs \xC3\x89tienne\r\n"),
+            std::string::npos);
+  std::vector<std::string> attributes;
+  for (const std::string& call : bench.pcsc->calls()) {
+    if (call.starts_with("GetAttrib ") && (attributes.empty() || attributes.back() != call))
+      attributes.push_back(call);
+  }
+  const auto id = [](PcscDword attribute) { return "GetAttrib " + std::to_string(attribute); };
+  EXPECT_EQ(attributes, (std::vector<std::string>{
+                            id(scard::ATTR_DEVICE_FRIENDLY_NAME_A), id(scard::ATTR_VENDOR_NAME),
+                            id(scard::ATTR_VENDOR_IFD_TYPE), id(scard::ATTR_VENDOR_IFD_VERSION),
+                            id(scard::ATTR_VENDOR_IFD_SERIAL_NO)}));
+}
+
 TEST(OpenEncoder, RetriesASharingViolationOnceAndEndsClosedAfterTheSecond) {
   test::ScriptedEncoder bench;
   bench.pcsc->QueueResult(PcscCall::Connect, scard::E_SHARING_VIOLATION);

@@ -1,8 +1,12 @@
 // ConvertData between the seven forms, and CRC16.
 #include <gtest/gtest.h>
 
+#include <memory>
+
+#include "component/windows_1252_code_page.h"
 #include "crypto/crc16.h"
 #include "crypto/des.h"
+#include "crypto/des_errors.h"
 #include "crypto_test_util.h"
 
 namespace lumivex::crypto {
@@ -28,7 +32,9 @@ TEST(ConvertData, EveryFormAndRule) {
       {Bytes{1, 0, 1, 0}, std::string("0A"), 0x201, 0},
       {std::string("00001010, 00011011"), std::string("0A1B"), 0x301, 0},
       {Bytes{10, 27}, std::string("0A 1B"), 0x500, 0},
-      {std::string("AB\xE9"), std::string("41 42 E9"), 0x600, 0},
+      {std::string("AB\xC3\xA9\xE2\x82\xAC"), std::string("41 42 E9 80"), 0x600, 0},
+      {std::string("E9 80 81"), std::string("\xC3\xA9\xE2\x82\xAC\xC2\x81"), 0x006, 0},
+      {std::string("\xE9"), std::string("E9"), 0x601, 0},  // not UTF-8: the byte's own character
       {std::string(" \r\n"), std::monostate{}, 0x005, 0},
       {Bytes{}, std::monostate{}, 0x500, 0},
       {std::string("0G"), none, 0x000, kDesInvalidHexString},
@@ -42,8 +48,10 @@ TEST(ConvertData, EveryFormAndRule) {
       {std::monostate{}, none, 0x200, kDesBadParameterType},
       {Bytes{10}, none, 0x000, kDesBadParameterType},
       {Bytes{0, 2}, none, 0x200, kDesBadParameterType},
+      {std::string("ok\xC4\x80"), none, 0x601, kDesNotInCodePage},  // U+0100: no one-byte form
+      {std::string("\x80"), none, 0x601, kDesNotInCodePage},        // U+0080: byte 80 is €
   };
-  DES des;
+  DES des(std::make_shared<Windows1252CodePage>());
   for (const auto& c : cases) {
     SCOPED_TRACE("case " + std::to_string(&c - cases));
     const auto& [data, expected, mode, error] = c;
@@ -53,6 +61,14 @@ TEST(ConvertData, EveryFormAndRule) {
       EXPECT_EQ(des.ConvertData(data, mode), expected);
     }
   }
+}
+
+// A cipher used on its own (no code page) has no plain-text form; with one, every byte value
+// reads as a character and writes back unchanged (the DESFire tests check it end to end).
+TEST(ConvertData, PlainTextNeedsACodePage) {
+  DES alone;
+  EXPECT_EQ(ErrorOf([&] { alone.ConvertData(std::string("41"), 0x006); }), kDesBadParameterType);
+  EXPECT_EQ(ErrorOf([&] { alone.ConvertData(std::string("A"), 0x601); }), kDesBadParameterType);
 }
 
 // "LL HH" text, swallowed errors, and the table-driven CRC against the byte-wise steps of

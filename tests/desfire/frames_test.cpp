@@ -2,6 +2,8 @@
 // long writes over continuation frames, the enciphered cryptograms and the answers' parsing.
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <span>
 #include <string>
 
 #include "component/encoder.h"
@@ -125,6 +127,74 @@ TEST_F(DesfireFrames, AuthenticationFailures) {
               "RndA failed");
   EXPECT_EQ(e.LastError().RdrCommand(), "DesfireAuthenticate4");
   EXPECT_EQ(Peer::SessionKey(e), kSession);  // a failure keeps the earlier session
+}
+
+// Plain text (IsDataHexaString false) is one byte a character in the code page (Windows-1252 in
+// the tests): every byte reads as a character and writes back unchanged, and a character with no
+// one-byte form is refused before anything is sent.
+TEST_F(DesfireFrames, PlainTextIsOneByteACharacterInTheCodePage) {
+  ExpectSettings("01", "00");
+  pcsc.Expect("903D000009 01 000000 020000 E9FC 00", "9100");
+  EXPECT_EQ(e.DESFireWriteData(1, 0, 0, "\xC3\xA9\xC3\xBC", false), sceSuccess);  // "éü"
+
+  ExpectSettings("02", "03");
+  pcsc.Expect("90BB000007 02 000000 000100 00", Bytes(256) + "9100");
+  std::string text;
+  ASSERT_EQ(e.DESFireReadRecords(2, 0, 256, text, false), sceSuccess);
+  EXPECT_EQ(text.substr(0x80 * 1, 3), "\xE2\x82\xAC");  // byte 80 is €, in UTF-8
+  ExpectSettings("02", "03");
+  pcsc.Expect("903B000034 02 000000 000100" + Bytes(45) + "00", "91AF");
+  for (const int first : {45, 104, 163})
+    pcsc.Expect("90AF00003B" + Bytes(59, first) + "00", "91AF");
+  pcsc.Expect("90AF000022" + Bytes(34, 222) + "00", "9100");
+  EXPECT_EQ(e.DESFireWriteRecord(2, 0, 0, text, false), sceSuccess);
+  EXPECT_EQ(pcsc.PendingFrames(), 0u);
+
+  const std::size_t sent = pcsc.frames().size();
+  ExpectError(e, e.DESFireWriteData(1, 0, 0, "ok \xE4\xB8\xAD", false), err::kNotInCodePage);
+  EXPECT_EQ(e.LastError().Description(), "Character not in the code page: U+4E2D");
+  EXPECT_EQ(e.LastError().ComFunction(), "DESFireWriteData");
+  EXPECT_EQ(pcsc.frames().size(), sent);
+}
+
+// Uniform numbers fixed at 0.5, cryptographic bytes 00 11 22 ... 77.
+struct FixedRandomHost : test::VirtualHost {
+  double Random() override { return 0.5; }
+  bool FillRandom(std::span<std::uint8_t> bytes) override {
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(0x11 * i);
+    return true;
+  }
+};
+
+TEST(DesfireAuthentication, DrawsRndAFromTheCryptographicGenerator) {
+  auto pcsc = std::make_shared<test::ScriptedPcsc>();
+  Encoder e(Platform{pcsc, std::make_shared<FixedRandomHost>(), nullptr});
+  e.Parameters(std::string("Device=") + test::ScriptedPcsc::kReaderName);
+  ASSERT_EQ(e.OpenEncoder(0), sceSuccess);
+  crypto::DES card;  // the card's side: key 0, one block enciphered at a time
+  for (std::int16_t slot = 1; slot <= 3; ++slot) card.Keys(slot, "0000000000000000");
+  const auto encipher = [&](const std::string& block) {
+    return Compact(card.Encrypt(block, crypto::desSingle));
+  };
+  pcsc->Expect("905A000003 A1B2C3 00", "9100");
+  pcsc->Expect("900A000001 00 00", encipher("8899AABBCCDDEEFF") + "91AF");
+  // The card proves the exchange with RndA turned by one byte: only the generator's RndA passes.
+  pcsc->AnswerAnyFrame(encipher("1122334455667700") + "9100");
+  EXPECT_EQ(e.DESFireSelectApplication("A1B2C3", 0, "0000000000000000"), sceSuccess)
+      << e.LastError().RdrRetCode();
+  EXPECT_EQ(Peer::SessionKey(e), "001122338899AABB001122338899AABB");
+
+  // Without a cryptographic generator there is no authentication at all.
+  struct NoGeneratorHost : test::VirtualHost {
+    bool FillRandom(std::span<std::uint8_t> /*bytes*/) override { return false; }
+  };
+  Encoder without(Platform{pcsc, std::make_shared<NoGeneratorHost>(), nullptr});
+  without.Parameters(std::string("Device=") + test::ScriptedPcsc::kReaderName);
+  ASSERT_EQ(without.OpenEncoder(0), sceSuccess);
+  pcsc->Expect("905A000003 A1B2C3 00", "9100");
+  pcsc->Expect("900A000001 00 00", encipher("8899AABBCCDDEEFF") + "91AF");
+  ExpectError(without, without.DESFireSelectApplication("A1B2C3", 0, "0000000000000000"),
+              err::kOperationFailed, "No cryptographic random source");
 }
 
 TEST_F(DesfireFrames, VersionIsReadOnceAndKeptForTheEncodersLife) {

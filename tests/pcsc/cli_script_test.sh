@@ -6,7 +6,11 @@ lumivex=$1
 reader="Lumivex Sim 00 00"
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
-out=$("$lumivex" --reader "$reader" --json script - <<'SCRIPT'
+# The component's tests before this one use T=0, and a powered card keeps the protocol it was
+# first given until it is reset: the tool (T=1 by default) asks for T=0 here.
+tool=("$lumivex" --protocol 1)
+
+out=$("${tool[@]}" --reader "$reader" --json script - <<'SCRIPT'
 OpenEncoder 0
 ReadSerialNumber ?
 MifareWriteDataBloc 9 FFFFFFFFFFFF 1 "01 23 45 67 89 AB CD EF 01 23 45 67 89 AB CD EF"
@@ -26,20 +30,34 @@ grep -q '"member": "MifareReadDataBloc", "result": 0, "outputs": {"BlocContents"
 grep -q '"result": 2, .*"NumberHex": "90010F04".*"RdrRetCode": "6A82"' <<<"$out" || fail "block outside the card"
 grep -qx '{"member": "EncoderState", "value": 3}' <<<"$out" || fail "state"
 
-# A syntax error on line 3: exit status 2, nothing run (the card keeps its block).
-if "$lumivex" --reader "$reader" script - >/dev/null 2>err.txt <<'SCRIPT'
+# A script file with a syntax error on line 3: exit status 2, nothing run (the card keeps its
+# block).
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cat >"$work/bad.txt" <<'SCRIPT'
 OpenEncoder 0
 MifareWriteDataBloc 9 FFFFFFFFFFFF 1 00000000000000000000000000000000
 MifareReadDataBloc 9 FFFFFFFFFFFF 1
 SCRIPT
+if "${tool[@]}" --reader "$reader" script "$work/bad.txt" >/dev/null 2>"$work/err.txt"
 then fail "a syntax error must fail"; else status=$?; fi
 [ "$status" -eq 2 ] || fail "syntax error exit status 2 (got $status)"
-grep -q "^line 3: " err.txt || fail "the error names line 3"
-rm -f err.txt
-out=$("$lumivex" --reader "$reader" script - <<'SCRIPT'
+grep -q "^line 3: " "$work/err.txt" || fail "the error names line 3"
+out=$("${tool[@]}" --reader "$reader" script - <<'SCRIPT'
 OpenEncoder 0
 MifareReadDataBloc 9 FFFFFFFFFFFF 1 ?
 SCRIPT
 )
 grep -q "BlocContents = 0123456789ABCDEF0123456789ABCDEF" <<<"$out" || fail "nothing was written"
+
+# A co-process: each line is answered before the next is sent, standard input still open.
+coproc station { "${tool[@]}" --reader "$reader" --json script -; }
+echo "OpenEncoder 0" >&"${station[1]}"
+read -r -t 20 answer <&"${station[0]}" || fail "no answer to the first line while input stays open"
+[ "$answer" = '{"member": "OpenEncoder", "result": 0, "outputs": {}}' ] || fail "open: $answer"
+echo "MifareReadDataBloc 9 FFFFFFFFFFFF 1 ?" >&"${station[1]}"
+read -r -t 20 answer <&"${station[0]}" || fail "no answer to the second line"
+grep -q '"BlocContents": "0123456789ABCDEF0123456789ABCDEF"' <<<"$answer" || fail "read: $answer"
+exec {station[1]}>&-
+wait "$station_PID" || fail "the co-process ends with status 0 when every call succeeded"
 echo "cli script: ok"

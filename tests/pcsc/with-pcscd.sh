@@ -39,8 +39,19 @@ if [ ! -x "$cardsim" ]; then
 fi
 
 # pcscd always uses the same socket, so only one stack runs per machine: runs of this script take
-# turns.
-if command -v flock >/dev/null && exec 9>>"${TMPDIR:-/tmp}/lumivex-pcsc.lock"; then
+# turns. A caller that already holds the lock (flock LOCKFILE with-pcscd.sh ...) passes its
+# descriptor down: locking that same descriptor again succeeds at once instead of waiting for
+# ourselves.
+lockfile="${TMPDIR:-/tmp}/lumivex-pcsc.lock"
+inherited=""
+for fd in /proc/$$/fd/*; do
+  if [ "$(readlink "$fd" 2>/dev/null)" = "$(readlink -f "$lockfile")" ]; then
+    exec 9>&"${fd##*/}"
+    inherited=1
+    break
+  fi
+done
+if command -v flock >/dev/null && { [ -n "$inherited" ] || exec 9>>"$lockfile"; }; then
   if ! flock -w 600 9; then
     say "another run of the PC/SC tests holds the lock for too long"
     exit 1

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <vector>
 
@@ -50,6 +52,24 @@ TEST(SystemHost, DrawsRepeatableNumbersInTheUnitInterval) {
   }
   host.Randomize(7);
   for (const double x : first) ASSERT_EQ(host.Random(), x);
+}
+
+// The cryptographic bytes come from the system, not from the seeded generator: reseeding does not
+// repeat them, and a long draw covers every byte value.
+TEST(SystemHost, FillsBytesFromTheSystemGeneratorNotTheSeededOne) {
+  SystemHost host;
+  std::array<std::uint8_t, 32> first{};
+  std::array<std::uint8_t, 32> second{};
+  host.Randomize(7);
+  ASSERT_TRUE(host.FillRandom(first));
+  host.Randomize(7);
+  ASSERT_TRUE(host.FillRandom(second));
+  EXPECT_NE(first, second);
+  std::vector<std::uint8_t> many(std::size_t{1} << 16);
+  ASSERT_TRUE(host.FillRandom(many));
+  std::array<bool, 256> seen{};
+  for (const std::uint8_t byte : many) seen[byte] = true;
+  EXPECT_EQ(std::count(seen.begin(), seen.end(), true), 256);
 }
 
 TEST(SystemHost, WaitsAtLeastTheDuration) {

@@ -1,6 +1,7 @@
 #include "component/card_identification.h"
 
 #include "component/mregistry.h"
+#include "component/windows_1252_code_page.h"
 #include "tests/registry/temp_registry.h"
 #include "tests/support/virtual_host.h"
 
@@ -22,11 +23,12 @@ class CardIdentificationTest : public TempRegistry {
     return names;
   }
   CardIdentification Identify(const std::string& atr, std::int32_t previous = -1) {
-    return IdentifyCard(atr, previous, &store_, host_);
+    return IdentifyCard(atr, previous, &store_, host_, codePage_);
   }
 
   RegistryFileStore store_;
-  MRegistry module_{store_};
+  Windows1252CodePage codePage_;
+  MRegistry module_{store_, codePage_};
   VirtualHost host_;
 };
 
@@ -74,7 +76,8 @@ TEST_F(CardIdentificationTest, UnknownCardsAreAddedOnceAndOnlyWhenTheListAsksFor
                                       "Unknown (2026-11-21 09:45:07)"}));
   EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, kCards, "Unknown (2026-11-21 09:30:00)", {}),
             Variant::FromText("3B 81 80 01 80 80"));
-  EXPECT_EQ(IdentifyCard(kMifare1K, 5, nullptr, host_).serialNumberLength, 5);  // no list at all
+  EXPECT_EQ(IdentifyCard(kMifare1K, 5, nullptr, host_, codePage_).serialNumberLength,
+            5);  // no list at all
   const std::string malformed = "Windows Registry Editor Version 5.00\n[HKEY_LOCAL_MACHINE\\Soft";
   WriteFileText(malformed);
   EXPECT_EQ(Identify(kMifare1K).cardType, 1);  // silent: unknown card, file left alone

@@ -1,5 +1,7 @@
 #include "component/mregistry.h"
 
+#include "component/windows_1252_code_page.h"
+
 #include "platform/posix/registry_file_store.h"
 #include "tests/registry/temp_registry.h"
 
@@ -23,7 +25,8 @@ class MRegistryTest : public TempRegistry {
   }
 
   std::unique_ptr<RegistryFileStore> store_ = std::make_unique<RegistryFileStore>();
-  MRegistry module_{*store_};
+  Windows1252CodePage codePage_;
+  MRegistry module_{*store_, codePage_};
 };
 
 TEST_F(MRegistryTest, WriteChoosesTheRegistryTypeFromTheKindOfValue) {
@@ -38,10 +41,12 @@ TEST_F(MRegistryTest, WriteChoosesTheRegistryTypeFromTheKindOfValue) {
       {Variant::FromBool(true), reg::DWORD, {1, 0, 0, 0}},
       {Variant::FromDouble(-1.5), reg::SZ, sz("-1.5")},
       {Variant::FromDate(45000.75), reg::SZ, sz("2023-03-15 18:00:00")},
-      {Variant::FromText("\xE2\x82\xAC"
+      // Strings go in the code page, one byte a character; a text it cannot hold goes as UTF-16.
+      {Variant::FromText("Caf\xC3\xA9 \xE2\x82\xAC"), reg::SZ, {'C', 'a', 'f', 0xE9, ' ', 0x80, 0}},
+      {Variant::FromText("\xC4\x80"
                          "1"),
        reg::BINARY,
-       {0xAC, 0x20, '1', 0, 0, 0}},
+       {0x00, 0x01, '1', 0, 0, 0}},
   };
   for (const auto& [value, type, data] : table) {
     EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "v", value), 0);
@@ -49,6 +54,12 @@ TEST_F(MRegistryTest, WriteChoosesTheRegistryTypeFromTheKindOfValue) {
     EXPECT_EQ(Stored(reg::LOCAL_MACHINE, "v"), std::make_pair(type, data))
         << static_cast<int>(value.kind());
   }
+  RegistryWriteOptions asText;
+  asText.type = reg::SZ;
+  EXPECT_EQ(
+      module_.WriteValue(reg::LOCAL_MACHINE, kKey, "none", Variant::FromText("\xC4\x80"), asText),
+      0);
+  EXPECT_EQ(module_.Error().code, reg::UNSUPPORTED_TYPE);  // an explicit string it cannot hold
   for (const Variant& value : {Variant::Null(), Variant::FromBytes({1})}) {
     EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "none", value), 0);
     EXPECT_EQ(module_.Error().text, "Unable to save this type of data in the Registry");
@@ -67,6 +78,7 @@ TEST_F(MRegistryTest, WriteChoosesTheRegistryTypeFromTheKindOfValue) {
 
 TEST_F(MRegistryTest, ReadGivesTheDataOrTheDefault) {
   Store("terminated", reg::SZ, std::string("abc\0", 4));
+  Store("ansi", reg::SZ, std::string("\xE9\x80\x81\0", 4));
   Store("unterminated", reg::SZ, "abc");
   Store("expand", reg::EXPAND_SZ, std::string("%X%\0", 4));
   Store("binary", reg::BINARY, std::string("a\0b\0", 4));
@@ -75,7 +87,8 @@ TEST_F(MRegistryTest, ReadGivesTheDataOrTheDefault) {
   const Variant fallback = Variant::FromText("default");
   const std::vector<std::pair<std::string, Variant>> table = {
       {"terminated", Variant::FromText("abc")},
-      {"unterminated", Variant::FromText("ab")},  // the last byte always goes
+      {"ansi", Variant::FromText("\xC3\xA9\xE2\x82\xAC\xC2\x81")},  // é, €, U+0081
+      {"unterminated", Variant::FromText("ab")},                    // the last byte always goes
       {"expand", Variant::FromText("%X%")},
       {"binary", Variant::FromText(std::string("a\0b\0", 4))},
       {"number", Variant::FromInt32(-2)},
@@ -129,14 +142,6 @@ TEST_F(MRegistryTest, ListsNamesInOrderAndFailuresGoToTheHook) {
   WriteFileText("Windows Registry Editor Version 5.00\n[HKEY_LOCAL_MACHINE\\x");
   EXPECT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kKey, "v", Variant::FromInt32(1)), reg::BADDB);
   EXPECT_EQ(module_.Error().text, "Unable to open registry key");
-}
-
-TEST(MRegistryText, IsAnsiTextCountsCodePoints) {
-  EXPECT_TRUE(MRegistry::IsAnsiText(""));
-  EXPECT_TRUE(MRegistry::IsAnsiText("Caf\xC3\xA9 \xC3\xBF"));  // é and ÿ (255)
-  EXPECT_TRUE(MRegistry::IsAnsiText("\xE9\xFF\x80"));          // invalid UTF-8: byte values
-  EXPECT_FALSE(MRegistry::IsAnsiText("\xC4\x80"));             // U+0100
-  EXPECT_FALSE(MRegistry::IsAnsiText("ok \xF0\x9F\x98\x80"));
 }
 
 }  // namespace

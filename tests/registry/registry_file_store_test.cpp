@@ -32,9 +32,10 @@ using RegistryFileStoreTest = TempRegistry;
 
 TEST_F(RegistryFileStoreTest, EveryValueTypeSurvivesTheFileAndReadsAsAnExport) {
   const std::vector<std::tuple<std::string, RegDword, Bytes>> values = {
-      {"Text", reg::SZ, Text(std::string("C:\\Data \"q\" caf\xC3\xA9\0", 18))},
+      // String data crosses the seam in Windows-1252 and lives in the file as UTF-8.
+      {"Text", reg::SZ, Text(std::string("C:\\Data \"q\" caf\xE9\0", 17))},
       {"Unterminated", reg::SZ, Text("abc")},
-      {"Path", reg::EXPAND_SZ, Text(std::string("%TEMP%\\\xE2\x82\xAC\0", 11))},
+      {"Path", reg::EXPAND_SZ, Text(std::string("%TEMP%\\\x80\0", 9))},
       {"Bytes", reg::BINARY, Bytes(60, 0xA5)},
       {"Number", reg::DWORD, Bytes{10, 0, 0, 0}},
       {"Short", reg::DWORD, Bytes{1, 2}},
@@ -86,11 +87,12 @@ TEST_F(RegistryFileStoreTest, KeysIgnoreCaseAndValuesKeepTheirOrder) {
 }
 
 // Exports are saved as UTF-16LE with a byte-order mark; an operator's editor may save Latin-1.
-// Either reads as the same UTF-8 text, keeps its comments and value across a rewrite.
+// Either reads as the same text (in Windows-1252 at the seam), keeps its comments and value across
+// a rewrite.
 TEST_F(RegistryFileStoreTest, ReadsUtf16AndLatin1FilesAndKeepsThemAcrossRewrites) {
   const std::string exported =
       "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\Software\\Cards]\r\n"
-      "; Mifare Classic 1K\r\n\"1K\"=\"Caf\xC3\xA9;3B\"\r\n";
+      "; Mifare Classic 1K\r\n\"1K\"=\"Caf\xC3\xA9;3B\"\r\n\"CJK\"=\"\xE4\xB8\xAD\"\r\n";
   std::string utf16 = "\xFF\xFE";
   for (const std::uint8_t byte : Utf8ToUtf16Le(exported)) utf16.push_back(static_cast<char>(byte));
   std::string latin1 = exported;
@@ -99,8 +101,9 @@ TEST_F(RegistryFileStoreTest, ReadsUtf16AndLatin1FilesAndKeepsThemAcrossRewrites
     WriteFileText(file);
     RegistryFileStore store;
     const RegKey key = Create(store, reg::LOCAL_MACHINE, "software\\cards");
-    const Bytes expected = Text(std::string("Caf\xC3\xA9;3B\0", 9));
+    const Bytes expected = Text(std::string("Caf\xE9;3B\0", 8));
     EXPECT_EQ(Get(store, key, "1K").second, expected);
+    EXPECT_EQ(Get(store, key, "CJK").second, Text(std::string("?\0", 2)));
     ASSERT_EQ(Set(store, key, "new", reg::SZ, Text(std::string("x\0", 2))), 0);
     EXPECT_TRUE(ReadFileText().starts_with(
         "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\Software\\Cards]\n"

@@ -1,4 +1,5 @@
-// A host seam in virtual time: waits advance the clock instantly, random numbers are seeded.
+// A host seam in virtual time: waits advance the clock instantly, random numbers (the uniform ones
+// and the "cryptographic" bytes) come from one seeded generator, so every run is the same.
 #pragma once
 
 #include <chrono>
@@ -19,6 +20,10 @@ class VirtualHost : public Host {
   }
   void Randomize(std::uint64_t seed) override { generator_.seed(seed); }
   double Random() override { return uniform_(generator_); }
+  bool FillRandom(std::span<std::uint8_t> bytes) override {
+    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(generator_());
+    return true;
+  }
 
   void SetLocalNow(const LocalDateTime& t) { local_ = t; }
   void Advance(std::chrono::milliseconds d) { now_ += d; }

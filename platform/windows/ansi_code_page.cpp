@@ -1,0 +1,63 @@
+#include "platform/windows/ansi_code_page.h"
+
+#include <windows.h>
+
+#include "component/utf8.h"
+#include "component/windows_1252_code_page.h"
+
+namespace lumivex {
+
+namespace {
+
+constexpr unsigned kUtf8CodePage = 65001;
+constexpr unsigned kWindows1252 = 1252;
+
+}  // namespace
+
+AnsiCodePage::AnsiCodePage() : codePage_(GetACP()) {
+  if (codePage_ == kUtf8CodePage) codePage_ = kWindows1252;
+  for (unsigned byte = 0; byte < characters_.size(); ++byte) {
+    const char in = static_cast<char>(byte);
+    wchar_t out = 0;
+    // One byte at a time: plain text is one character a byte, even in a double-byte code page
+    // (whose lead bytes then read as what Windows gives for them alone).
+    if (MultiByteToWideChar(codePage_, 0, &in, 1, &out, 1) == 1) {
+      characters_[byte] = static_cast<char32_t>(out);
+    } else {
+      characters_[byte] = Windows1252CodePage::CharacterOf(static_cast<std::uint8_t>(byte));
+    }
+  }
+}
+
+std::string AnsiCodePage::ToText(std::span<const std::uint8_t> bytes) const {
+  std::string text;
+  text.reserve(bytes.size());
+  for (const std::uint8_t byte : bytes) AppendUtf8(text, characters_[byte]);
+  return text;
+}
+
+std::optional<std::vector<std::uint8_t>> AnsiCodePage::ToBytes(std::string_view text,
+                                                               char32_t* unmappable) const {
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(text.size());
+  for (const char32_t character : DecodeUtf8(text)) {
+    std::array<char, 4> out{};
+    BOOL usedDefault = FALSE;
+    int written = 0;
+    if (character <= 0xFFFF) {  // a character beyond FFFF never has a one-byte form
+      const auto unit = static_cast<wchar_t>(character);
+      written = WideCharToMultiByte(codePage_, WC_NO_BEST_FIT_CHARS, &unit, 1, out.data(),
+                                    static_cast<int>(out.size()), nullptr, &usedDefault);
+    }
+    const auto byte = static_cast<std::uint8_t>(out[0]);
+    // Exactly one byte, no default character, and that byte reads back as this character.
+    if (written != 1 || usedDefault != FALSE || characters_[byte] != character) {
+      if (unmappable != nullptr) *unmappable = character;
+      return std::nullopt;
+    }
+    bytes.push_back(byte);
+  }
+  return bytes;
+}
+
+}  // namespace lumivex
