@@ -14,8 +14,8 @@ class Dialogs;
 struct Platform {
   std::shared_ptr<PcscApi> pcsc;
   std::shared_ptr<Host> host;
-  std::shared_ptr<RegistryApi> registry;       // may be null: no card list, every card is unknown
-  std::shared_ptr<Dialogs> dialogs{};          // may be null: no dialog can be shown (Configure fails)
+  std::shared_ptr<RegistryApi> registry;  // may be null: no card list, every card is unknown
+  std::shared_ptr<Dialogs> dialogs{};     // may be null: no dialog can be shown (Configure fails)
   std::shared_ptr<const CodePage> codePage{};  // may be null: Windows-1252
 };
 

@@ -25,7 +25,7 @@ class Checks {
   }
   [[nodiscard]] int Finish() const {
     (void)std::printf("SUMMARY %s: %d checks, %d failed, %d skipped\n", program_, count_, failed_,
-                skipped_);
+                      skipped_);
     (void)std::fflush(stdout);
     return failed_ > 100 ? 100 : failed_;
   }
