@@ -80,6 +80,23 @@ void TypedCalls(lumivex::wine::Checks& check, _Encoder& e) {
   check.That(s0 == scbs_A_ReadWrite + scbs_B_ReadWrite && conditions != scss_A_Nothing,
              "the sector's access levels come back: Security0=" + std::to_string(s0));
 
+  // What automation clients ask of the object besides the interface itself.
+  ComPtr<IProvideClassInfo> classInfo;
+  ComPtr<ITypeInfo> coclass;
+  BSTR className = nullptr;
+  check.That(SUCCEEDED(e.QueryInterface(IID_IProvideClassInfo,
+                                        reinterpret_cast<void**>(classInfo.Receive()))) &&
+                 SUCCEEDED(classInfo->GetClassInfo(coclass.Receive())) &&
+                 SUCCEEDED(coclass->GetDocumentation(MEMBERID_NIL, &className, nullptr, nullptr,
+                                                     nullptr)) &&
+                 Take(className) == "Encoder",
+             "IProvideClassInfo gives the coclass Encoder");
+  ComPtr<ISupportErrorInfo> errorInfo;
+  check.That(SUCCEEDED(e.QueryInterface(IID_ISupportErrorInfo,
+                                        reinterpret_cast<void**>(errorInfo.Receive()))) &&
+                 errorInfo->InterfaceSupportsErrorInfo(__uuidof(_Encoder)) == S_OK,
+             "ISupportErrorInfo for _Encoder");
+
   ComPtr<_CError> record;
   ComPtr<_CError> again;
   check.That(e.get_LastError(record.Receive()) == S_OK && record, "LastError");

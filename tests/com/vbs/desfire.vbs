@@ -70,6 +70,15 @@ CheckOk e.DESFireWriteData(1, 0, 4, "A1B2C3D4", True), e, "DESFireWriteData (hex
 s = ""
 CheckOk e.DESFireReadData(1, 0, 4, s, True), e, "DESFireReadData"
 CheckEq Replace(s, " ", ""), "A1B2C3D4", "the data reads back"
+' Plain text is one byte a character: two accented letters are two bytes.
+Dim plain: plain = Chr(233) & Chr(252)
+CheckOk e.DESFireWriteData(1, 4, 2, plain, False), e, "DESFireWriteData of accented plain text"
+s = ""
+CheckOk e.DESFireReadData(1, 4, 2, s, True), e, "read as hexadecimal"
+CheckEq Replace(s, " ", ""), "E9FC", "one byte a character"
+s = ""
+CheckOk e.DESFireReadData(1, 4, 2, s, False), e, "read as plain text"
+CheckEq s, plain, "the text comes back unchanged"
 CheckOk e.DESFireWriteData(2, 0, 0, "Printed", False), e, "DESFireWriteData (text) to a backup file"
 CheckOk e.DESFireWriteRecord(4, 0, 8, "record 1", False), e, "DESFireWriteRecord"
 CheckOk e.DESFireCommitTransaction(), e, "DESFireCommitTransaction"
