@@ -17,10 +17,9 @@
 // - The reader-name line. Drivers that answer no SCARD_ATTR_DEVICE_FRIENDLY_NAME_A (the virtual
 //   reader vpcd, for one) would leave it empty: it then shows the reader's name as SCardStatus
 //   reports it. The other attribute lines stay empty when the reader does not answer them.
-// - After a failed open the test stops: the error line, the open-failed line and "<< Test failed
-// >>"
-//   last. The closing and success lines follow a successful open only, so an operator never sees
-//   success after a failure.
+// - After a failed open the test stops: the error line, the open-failed line, and the failure
+//   line last. The closing and success lines follow a successful open only, so an operator never
+//   sees success after a failure.
 // - The reader list. The unknown entry comes first, always, followed by the readers in the order
 //   PC/SC lists them. It is selected when the current Device is not among them (an operator sees at
 //   once that the configured reader is not there); OK hands back the text of the entry chosen.
