@@ -55,7 +55,7 @@ bool ParseInteger(const std::string& word, std::int64_t& value) {
 
 }  // namespace
 
-bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot,
+bool ParseArgument(const ParamInfo& param, const std::string& word, Slot& slot,
                    std::string& error) {
   slot.given = true;
   std::int64_t number = 0;
@@ -108,13 +108,13 @@ bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot,
   return false;
 }
 
-const MemberSpec* FindMember(const std::string& name) {
-  const MemberSpec* member = surface::FindEncoderMember(name);
+const MemberInfo* FindMember(const std::string& name) {
+  const MemberInfo* member = surface::FindEncoderMember(name);
   return member != nullptr && member->kind == surface::MemberKind::Method ? member : nullptr;
 }
 
-const PropertySpec* FindProperty(const std::string& name) {
-  const MemberSpec* member = surface::FindEncoderMember(name);
+const PropertyInfo* FindProperty(const std::string& name) {
+  const MemberInfo* member = surface::FindEncoderMember(name);
   return member != nullptr && member->kind == surface::MemberKind::Property ? member : nullptr;
 }
 

@@ -6,26 +6,26 @@
 #include <string>
 
 #include "component/encoder.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::cli {
 
 using surface::ArgType;
 using surface::CallResult;
-using surface::ParamSpec;
+using surface::ParamInfo;
 using surface::Slot;
 using surface::Slots;
-using MemberSpec = surface::MemberSpec;
-using PropertySpec = surface::MemberSpec;
+using MemberInfo = surface::MemberInfo;
+using PropertyInfo = surface::MemberInfo;
 
 // A method of _Encoder by its exact name; null for an unknown name or a property.
-const MemberSpec* FindMember(const std::string& name);
+const MemberInfo* FindMember(const std::string& name);
 // A property of _Encoder by its exact name; null for an unknown name or a method.
-const PropertySpec* FindProperty(const std::string& name);
+const PropertyInfo* FindProperty(const std::string& name);
 
 // Converts a script word to the parameter's type; false with a message when it does not fit.
 // Integers accept decimal, 0x / &H hexadecimal, the enumeration names of the type library and
 // sums of them joined by + or |.
-bool ParseArgument(const ParamSpec& param, const std::string& word, Slot& slot, std::string& error);
+bool ParseArgument(const ParamInfo& param, const std::string& word, Slot& slot, std::string& error);
 
 }  // namespace lumivex::cli

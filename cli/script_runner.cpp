@@ -70,7 +70,7 @@ std::optional<CompiledCall> CompileLine(const ScriptLine& line, std::string& err
 namespace {
 
 // An output argument as a value, so text and JSON print it the same way as any other value.
-Variant OutputValue(const ParamSpec& p, const Slot& s) {
+Variant OutputValue(const ParamInfo& p, const Slot& s) {
   switch (p.type) {
     case ArgType::Int32:
       return Variant::FromInt32(s.i4);

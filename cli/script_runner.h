@@ -19,8 +19,8 @@ namespace lumivex::cli {
 
 struct CompiledCall {
   ScriptLine line;
-  const MemberSpec* member = nullptr;      // a method call
-  const PropertySpec* property = nullptr;  // Get or Set
+  const MemberInfo* member = nullptr;      // a method call
+  const PropertyInfo* property = nullptr;  // Get or Set
   Slots slots;
 };
 

@@ -73,7 +73,7 @@ HRESULT ConversionFailure(HRESULT hr) {
 }
 
 // The output of a slot as a VARIANT of the parameter's own type.
-HRESULT NaturalOutput(const surface::ParamSpec& param, const surface::Slot& slot, VARIANT* out) {
+HRESULT NaturalOutput(const surface::ParamInfo& param, const surface::Slot& slot, VARIANT* out) {
   switch (param.type) {
     case ArgType::Int32:
       V_VT(out) = VT_I4;
@@ -112,7 +112,7 @@ HRESULT Fail(HRESULT hr, const InvokeRequest& request, UINT position) {
 
 // Matches the arguments of a call to the parameters: positional ones first (rgvarg holds them in
 // reverse order), then the named ones.
-HRESULT BindArguments(const std::vector<surface::ParamSpec>& params, const InvokeRequest& request,
+HRESULT BindArguments(const std::vector<surface::ParamInfo>& params, const InvokeRequest& request,
                       std::vector<Bound>& bound) {
   const DISPPARAMS& dp = *request.params;
   if (dp.cNamedArgs > dp.cArgs || (dp.cArgs > 0 && dp.rgvarg == nullptr) ||
@@ -142,8 +142,7 @@ HRESULT BindArguments(const std::vector<surface::ParamSpec>& params, const Invok
   return S_OK;
 }
 
-HRESULT SetResult(const surface::MemberSpec& member, const surface::CallResult& result,
-                  VARIANT* out) {
+HRESULT SetResult(const surface::CallResult& result, VARIANT* out) {
   if (out == nullptr) return S_OK;
   VariantInit(out);
   if (result.code) {
@@ -152,12 +151,11 @@ HRESULT SetResult(const surface::MemberSpec& member, const surface::CallResult& 
     return S_OK;
   }
   if (result.value) return ToAutomationVariant(*result.value, out);
-  (void)member;
   return S_OK;
 }
 
 HRESULT PutText(const VARIANT& value, LCID lcid, std::string& text) {
-  const surface::ParamSpec param{"Value", ArgType::Text};
+  const surface::ParamInfo param{"Value", ArgType::Text};
   surface::Slot slot;
   const HRESULT hr = LoadArgument(param, value, lcid, slot);
   if (SUCCEEDED(hr)) text = std::move(slot.text);
@@ -181,7 +179,7 @@ bool IsMissing(const VARIANT* argument) {
   return V_VT(argument) == VT_ERROR && V_ERROR(argument) == DISP_E_PARAMNOTFOUND;
 }
 
-HRESULT LoadArgument(const surface::ParamSpec& param, const VARIANT& argument, LCID lcid,
+HRESULT LoadArgument(const surface::ParamInfo& param, const VARIANT& argument, LCID lcid,
                      surface::Slot& slot) {
   slot.given = true;
   const VARTYPE type = V_VT(&argument);
@@ -217,7 +215,7 @@ HRESULT LoadArgument(const surface::ParamSpec& param, const VARIANT& argument, L
   return S_OK;
 }
 
-HRESULT StoreArgument(const surface::ParamSpec& param, const surface::Slot& slot, LCID lcid,
+HRESULT StoreArgument(const surface::ParamInfo& param, const surface::Slot& slot, LCID lcid,
                       VARIANT& argument) {
   const VARTYPE type = V_VT(&argument);
   if ((type & VT_BYREF) == 0) return S_OK;
@@ -261,7 +259,7 @@ HRESULT StoreArgument(const surface::ParamSpec& param, const surface::Slot& slot
   }
 }
 
-HRESULT InvokeEncoderMember(Encoder& encoder, const surface::MemberSpec& member,
+HRESULT InvokeEncoderMember(Encoder& encoder, const surface::MemberInfo& member,
                             const InvokeRequest& request) {
   try {
     const DISPPARAMS& dp = *request.params;
@@ -300,7 +298,7 @@ HRESULT InvokeEncoderMember(Encoder& encoder, const surface::MemberSpec& member,
       hr = StoreArgument(member.params[p], slots[p], request.lcid, *bound[p].argument);
       if (FAILED(hr)) return Fail(hr, request, bound[p].position);
     }
-    return SetResult(member, result, request.result);
+    return SetResult(result, request.result);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   } catch (...) {
@@ -308,13 +306,13 @@ HRESULT InvokeEncoderMember(Encoder& encoder, const surface::MemberSpec& member,
   }
 }
 
-HRESULT InvokeRecordProperty(CError& record, const surface::RecordPropertySpec& property,
+HRESULT InvokeRecordProperty(CError& record, const surface::RecordPropertyInfo& property,
                              const InvokeRequest& request) {
   try {
     const DISPPARAMS& dp = *request.params;
     if (IsPut(request.flags)) {
       if (dp.cArgs != 1 || dp.rgvarg == nullptr) return DISP_E_BADPARAMCOUNT;
-      const surface::ParamSpec param{"Value", property.type};
+      const surface::ParamInfo param{"Value", property.type};
       surface::Slot slot;
       const HRESULT hr = LoadArgument(param, dp.rgvarg[0], request.lcid, slot);
       if (FAILED(hr)) return Fail(hr, request, 0);

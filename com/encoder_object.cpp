@@ -7,7 +7,7 @@
 #include "com/error_info.h"
 #include "com/names.h"
 #include "com/trace_file.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 #include "platform/platform.h"
 #include "ui/win32/win32_dialogs.h"
 
@@ -15,7 +15,7 @@ namespace lumivex::com {
 
 namespace {
 
-const surface::MemberSpec& Member(const char* name) {
+const surface::MemberInfo& Member(const char* name) {
   return *surface::FindEncoderMember(name);  // every name used here is in the table
 }
 
@@ -85,22 +85,22 @@ HRESULT STDMETHODCALLTYPE EncoderObject::Invoke(DISPID member, REFIID /*riid*/, 
   }
   if (params == nullptr) return E_INVALIDARG;
   const KeepAlive alive(static_cast<::_Encoder*>(this));
-  const surface::MemberSpec& spec = members[static_cast<std::size_t>(member) - 1];
-  if (spec.result == surface::ArgType::Object) {  // LastError: the record object itself
+  const surface::MemberInfo& entry = members[static_cast<std::size_t>(member) - 1];
+  if (entry.result == surface::ArgType::Object) {  // LastError: the record object itself
     if ((flags & DISPATCH_PROPERTYGET) == 0 && (flags & DISPATCH_METHOD) == 0) {
       return DISP_E_MEMBERNOTFOUND;
     }
     if (params->cArgs != 0) return DISP_E_BADPARAMCOUNT;
-    if (result != nullptr) {
-      VariantInit(result);
-      ErrorRecordObject& record = LastErrorObject();
-      record.AddRef();
-      V_VT(result) = VT_DISPATCH;
-      V_DISPATCH(result) = static_cast<::_CError*>(&record);
-    }
+    if (result == nullptr) return S_OK;
+    ::_CError* record = nullptr;
+    const HRESULT hr = get_LastError(&record);
+    if (FAILED(hr)) return hr;
+    VariantInit(result);
+    V_VT(result) = VT_DISPATCH;
+    V_DISPATCH(result) = record;
     return S_OK;
   }
-  return InvokeEncoderMember(*encoder_, spec, {flags, params, lcid, result, argErr});
+  return InvokeEncoderMember(*encoder_, entry, {flags, params, lcid, result, argErr});
 }
 
 HRESULT EncoderObject::GetText(const char* property, BSTR* value) {

@@ -5,13 +5,13 @@
 #include "com/bstr_text.h"
 #include "com/dispatch_call.h"
 #include "com/names.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::com {
 
 namespace {
 
-const surface::RecordPropertySpec* Find(const char* name) {
+const surface::RecordPropertyInfo* Find(const char* name) {
   for (const auto& p : surface::RecordProperties()) {
     if (std::string_view(p.name) == name) return &p;
   }

@@ -16,14 +16,14 @@
 #include "com/bstr_text.h"
 #include "com/dispatch_call.h"
 #include "component/encoder.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::com::typed {
 
 using surface::ArgType;
 
 struct Binding {
-  const surface::ParamSpec* param = nullptr;
+  const surface::ParamInfo* param = nullptr;
   surface::Slot* slot = nullptr;
 };
 
@@ -149,7 +149,7 @@ inline HRESULT SetResult(const surface::CallResult& /*r*/, std::nullptr_t /*out*
 template <typename Result, typename... Args>
 HRESULT Call(Encoder& encoder, const char* name, Result result, Args... args) {
   try {
-    const surface::MemberSpec* member = surface::FindEncoderMember(name);
+    const surface::MemberInfo* member = surface::FindEncoderMember(name);
     if (member == nullptr || member->kind != surface::MemberKind::Method ||
         member->params.size() != sizeof...(Args)) {
       return E_UNEXPECTED;

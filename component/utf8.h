@@ -18,6 +18,11 @@ std::vector<std::uint8_t> Utf8ToUtf16Le(std::string_view text);
 // The UTF-8 text of UTF-16 little-endian bytes (an odd last byte counts as a unit of its own;
 // a lone surrogate keeps its code).
 std::string Utf16LeToUtf8(const std::vector<std::uint8_t>& bytes);
+// UTF-16 texts as they cross to and from hosts that speak it (automation strings, window texts).
+// Any UTF-16 text survives the round trip to UTF-8 and back, a lone surrogate included: it is
+// written as the three bytes of its code, which Utf8ToUtf16 reads back as that code.
+std::u16string Utf8ToUtf16(std::string_view text);
+std::string Utf16ToUtf8(std::u16string_view text);
 // Upper-cases a-z and the Latin-1 letters, leaves every other character as it is.
 std::string FoldCase(std::string_view text);
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "component/encoder.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::surface {
 
@@ -18,13 +18,13 @@ constexpr ArgType VAR = ArgType::Variant;
 using Call = std::function<CallResult(Encoder&, Slots&)>;
 using E = Encoder;
 
-ParamSpec In(const char* name, ArgType type, const char* enumType = nullptr) {
+ParamInfo In(const char* name, ArgType type, const char* enumType = nullptr) {
   return {name, type, false, false, enumType};
 }
-ParamSpec Out(const char* name, ArgType type, const char* enumType = nullptr) {
+ParamInfo Out(const char* name, ArgType type, const char* enumType = nullptr) {
   return {name, type, true, false, enumType};
 }
-ParamSpec OptionalOut(const char* name, ArgType type) {
+ParamInfo OptionalOut(const char* name, ArgType type) {
   return {name, type, true, true, nullptr};
 }
 
@@ -39,7 +39,7 @@ CallResult Nothing() {
 }
 
 // A card operation: returns sceReturnCode.
-MemberSpec Operation(const char* name, std::vector<ParamSpec> params, Call call) {
+MemberInfo Operation(const char* name, std::vector<ParamInfo> params, Call call) {
   return {name,
           MemberKind::Method,
           0,
@@ -51,7 +51,7 @@ MemberSpec Operation(const char* name, std::vector<ParamSpec> params, Call call)
           nullptr};
 }
 // A member without result.
-MemberSpec Sub(const char* name, std::vector<ParamSpec> params, Call call) {
+MemberInfo Sub(const char* name, std::vector<ParamInfo> params, Call call) {
   return {name,
           MemberKind::Method,
           0,
@@ -63,11 +63,11 @@ MemberSpec Sub(const char* name, std::vector<ParamSpec> params, Call call) {
           nullptr};
 }
 // A member that returns a text.
-MemberSpec Function(const char* name, std::vector<ParamSpec> params, Call call) {
+MemberInfo Function(const char* name, std::vector<ParamInfo> params, Call call) {
   return {name,   MemberKind::Method, 0, TEXT, nullptr, std::move(params), std::move(call), nullptr,
           nullptr};
 }
-MemberSpec Property(const char* name, ArgType type, const char* enumType,
+MemberInfo Property(const char* name, ArgType type, const char* enumType,
                     std::function<Variant(Encoder&)> get,
                     std::function<void(Encoder&, const std::string&)> set = nullptr) {
   return {name,           MemberKind::Property, 0, type, enumType, {}, nullptr,
@@ -76,23 +76,23 @@ MemberSpec Property(const char* name, ArgType type, const char* enumType,
 
 // ---- parameter lists shared by look-alike members ----
 
-std::vector<ParamSpec> BlocReadWrite() {
+std::vector<ParamInfo> BlocReadWrite() {
   return {In("BlocNumber", I4), In("Key", TEXT), In("KeyType", UI1), Out("BlocContents", TEXT)};
 }
-std::vector<ParamSpec> ManufacturerCode() {
+std::vector<ParamInfo> ManufacturerCode() {
   return {In("Key", TEXT), In("KeyType", UI1), Out("SerialNumber", I4), Out("CheckSum", UI1),
           Out("ManufacturerInfo", TEXT)};
 }
-std::vector<ParamSpec> BytesInBloc() {
+std::vector<ParamInfo> BytesInBloc() {
   return {In("BlocNumber", I4), In("Key", TEXT),   In("KeyType", UI1),
           In("FromByte", UI1),  In("ToByte", UI1), Out("BlocContents", TEXT)};
 }
-std::vector<ParamSpec> ValueBloc() {
+std::vector<ParamInfo> ValueBloc() {
   return {In("BlocNumber", I4), In("Key", TEXT), In("KeyType", UI1), In("Value", I4)};
 }
 constexpr const char* kBlocLevel = "SCBS_SecurityLevelEnum";
 constexpr const char* kTrailerLevel = "SCSS_SecurityLevelEnum";
-std::vector<ParamSpec> TrailerRead() {
+std::vector<ParamInfo> TrailerRead() {
   return {In("SectorNumber", I4),
           In("Key", TEXT),
           In("KeyType", UI1),
@@ -103,7 +103,7 @@ std::vector<ParamSpec> TrailerRead() {
           Out("Conditions", I4, kTrailerLevel),
           Out("BX", UI1)};
 }
-std::vector<ParamSpec> TrailerWrite() {
+std::vector<ParamInfo> TrailerWrite() {
   return {In("SectorNumber", I4),
           In("Key", TEXT),
           In("KeyType", UI1),
@@ -116,36 +116,36 @@ std::vector<ParamSpec> TrailerWrite() {
           In("Conditions", I4, kTrailerLevel),
           OptionalOut("BX", VAR)};
 }
-std::vector<ParamSpec> AccessCondition() {
+std::vector<ParamInfo> AccessCondition() {
   return {In("AccessConditionNumber", I4), In("NewValue", TEXT)};
 }
-std::vector<ParamSpec> Rights(std::vector<ParamSpec> head) {
+std::vector<ParamInfo> Rights(std::vector<ParamInfo> head) {
   for (const char* name :
        {"CommunicationSettings", "KeyRead", "KeyWrite", "KeyReadWrite", "KeyManage"}) {
     head.push_back(In(name, I4));
   }
   return head;
 }
-std::vector<ParamSpec> DataFile() {
+std::vector<ParamInfo> DataFile() {
   auto p = Rights({In("FileNumber", I4)});
   p.push_back(In("FileSize", I4));
   return p;
 }
-std::vector<ParamSpec> RecordFile() {
+std::vector<ParamInfo> RecordFile() {
   auto p = Rights({In("FileNumber", I4)});
   p.push_back(In("RecordSize", I4));
   p.push_back(In("MaxNumOfRecords", I4));
   return p;
 }
-std::vector<ParamSpec> WriteTransfer() {
+std::vector<ParamInfo> WriteTransfer() {
   return {In("FileNo", I4), In("Offset", I4), In("Length", I4), In("DataString", TEXT),
           In("IsDataHexaString", BOOL)};
 }
-std::vector<ParamSpec> ReadTransfer() {
+std::vector<ParamInfo> ReadTransfer() {
   return {In("FileNo", I4), In("Offset", I4), In("Length", I4), Out("DataString", TEXT),
           In("IsDataHexaString", BOOL)};
 }
-std::vector<ParamSpec> ValueChange() {
+std::vector<ParamInfo> ValueChange() {
   return {In("FileNo", I4), In("Amount", I4)};
 }
 
@@ -267,8 +267,8 @@ Call PlainCall(PlainMember member) {
   return [member](E& e, Slots&) { return Code((e.*member)()); };
 }
 
-std::vector<MemberSpec> Build() {
-  std::vector<MemberSpec> m = {
+std::vector<MemberInfo> Build() {
+  std::vector<MemberInfo> m = {
       // ---- object, parameters, trace log, last error ----
       Property(
           "Parameters", TEXT, nullptr, [](E& e) { return Variant::FromText(e.Parameters()); },
@@ -421,12 +421,12 @@ std::vector<MemberSpec> Build() {
 
 }  // namespace
 
-const std::vector<MemberSpec>& EncoderMembers() {
-  static const std::vector<MemberSpec> members = Build();
+const std::vector<MemberInfo>& EncoderMembers() {
+  static const std::vector<MemberInfo> members = Build();
   return members;
 }
 
-const MemberSpec* FindEncoderMember(const std::string& name) {
+const MemberInfo* FindEncoderMember(const std::string& name) {
   for (const auto& m : EncoderMembers()) {
     if (name == m.name) return &m;
   }

@@ -1,13 +1,13 @@
 // The enumerations of the type library: names and values as hosts see them (and as scripts of the
 // command-line tool may write them).
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::surface {
 
 namespace {
 
-std::vector<EnumSpec> Build() {
-  std::vector<EnumSpec> enums = {
+std::vector<EnumInfo> Build() {
+  std::vector<EnumInfo> enums = {
       {"sceReturnCode", {{"sceSuccess", 0}, {"sceCanceled", 1}, {"sceError", 2}}},
       {"sceEncoderState", {{"sceUnknown", 0}, {"sceClosed", 1}, {"sceOpened", 2}, {"sceReady", 3}}},
       {"sceCardTypes",
@@ -110,8 +110,8 @@ std::vector<EnumSpec> Build() {
 
 }  // namespace
 
-const std::vector<EnumSpec>& Enumerations() {
-  static const std::vector<EnumSpec> enums = Build();
+const std::vector<EnumInfo>& Enumerations() {
+  static const std::vector<EnumInfo> enums = Build();
   return enums;
 }
 

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "component/surface/identity.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::surface {
 
@@ -31,7 +31,7 @@ std::string TypeName(ArgType type, const char* enumType) {
 }
 
 // An optional argument without a default travels as a VARIANT, so a caller can leave it out.
-std::string Parameter(const ParamSpec& p) {
+std::string Parameter(const ParamInfo& p) {
   std::string attributes = p.byReference ? "in, out" : "in";
   if (p.optional) attributes += ", optional";
   const std::string type = p.optional ? "VARIANT" : TypeName(p.type, p.enumType);
@@ -44,7 +44,7 @@ std::string Id(std::int32_t dispid) {
   return text.str();
 }
 
-void WriteEnum(std::ostream& out, const EnumSpec& e) {
+void WriteEnum(std::ostream& out, const EnumInfo& e) {
   out << "  typedef enum " << e.name << " {\n";
   for (std::size_t i = 0; i < e.members.size(); ++i) {
     out << "    " << e.members[i].name << " = " << e.members[i].value
@@ -71,7 +71,7 @@ void WriteProperty(std::ostream& out, std::int32_t dispid, const std::string& na
   }
 }
 
-void WriteMethod(std::ostream& out, const MemberSpec& m) {
+void WriteMethod(std::ostream& out, const MemberInfo& m) {
   std::vector<std::string> params;
   for (const auto& p : m.params) params.push_back(Parameter(p));
   if (m.result != ArgType::None) {

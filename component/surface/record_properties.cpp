@@ -1,5 +1,5 @@
 // The six properties of _CError, each read and written as a Variant of its type.
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::surface {
 
@@ -10,19 +10,19 @@ using TextSetter = void (CError::*)(std::string);
 using NumberGetter = std::int32_t (CError::*)() const;
 using NumberSetter = void (CError::*)(std::int32_t);
 
-RecordPropertySpec Text(const char* name, TextGetter get, TextSetter set) {
+RecordPropertyInfo Text(const char* name, TextGetter get, TextSetter set) {
   return {name, 0, ArgType::Text, [get](const CError& r) { return Variant::FromText((r.*get)()); },
           [set](CError& r, const Variant& v) { (r.*set)(v.AsText() ? *v.AsText() : ""); }};
 }
 
-RecordPropertySpec Number(const char* name, NumberGetter get, NumberSetter set) {
+RecordPropertyInfo Number(const char* name, NumberGetter get, NumberSetter set) {
   return {name, 0, ArgType::Int32,
           [get](const CError& r) { return Variant::FromInt32((r.*get)()); },
           [set](CError& r, const Variant& v) { (r.*set)(v.ToInt32().value_or(0)); }};
 }
 
-std::vector<RecordPropertySpec> Build() {
-  std::vector<RecordPropertySpec> p = {
+std::vector<RecordPropertyInfo> Build() {
+  std::vector<RecordPropertyInfo> p = {
       Number("Number", &CError::Number, &CError::Number),
       Text("Description", &CError::Description, &CError::Description),
       Number("LastDllError", &CError::LastDllError, &CError::LastDllError),
@@ -37,8 +37,8 @@ std::vector<RecordPropertySpec> Build() {
 
 }  // namespace
 
-const std::vector<RecordPropertySpec>& RecordProperties() {
-  static const std::vector<RecordPropertySpec> properties = Build();
+const std::vector<RecordPropertyInfo>& RecordProperties() {
+  static const std::vector<RecordPropertyInfo> properties = Build();
   return properties;
 }
 

@@ -7,7 +7,7 @@
 #include "com/bstr_text.h"
 #include "com/com_ptr.h"
 #include "component/surface/identity.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::wine {
 

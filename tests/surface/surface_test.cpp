@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "component/surface/interface_text.h"
-#include "component/surface/member_spec.h"
+#include "component/surface/member_info.h"
 #include "component/types.h"
 
 namespace lumivex::surface {

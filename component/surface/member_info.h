@@ -31,7 +31,7 @@ enum class ArgType {
   Object,   // the _CError record
 };
 
-struct ParamSpec {
+struct ParamInfo {
   const char* name;
   ArgType type;
   bool byReference = false;        // [in, out]: its value after the call goes back to the caller
@@ -58,7 +58,7 @@ struct CallResult {
 
 enum class MemberKind { Method, Property };
 
-struct MemberSpec {
+struct MemberInfo {
   const char* name;
   MemberKind kind;
   std::int32_t dispid;
@@ -66,14 +66,14 @@ struct MemberSpec {
   // Properties: the type of their value.
   ArgType result;
   const char* resultEnum;
-  std::vector<ParamSpec> params;                          // methods only
+  std::vector<ParamInfo> params;                          // methods only
   std::function<CallResult(Encoder&, Slots&)> call;       // methods only
   std::function<Variant(Encoder&)> get;                   // properties; null when write-only
   std::function<void(Encoder&, const std::string&)> set;  // properties; null when read-only
 };
 
 // A property of the last-error record, read and written as a Variant of its type.
-struct RecordPropertySpec {
+struct RecordPropertyInfo {
   const char* name;
   std::int32_t dispid;
   ArgType type;  // Int32 or Text
@@ -85,20 +85,20 @@ struct EnumMember {
   const char* name;
   std::int32_t value;
 };
-struct EnumSpec {
+struct EnumInfo {
   const char* name;
   std::vector<EnumMember> members;
 };
 
 // The members of _Encoder in the order of the interface (Parameters first).
-const std::vector<MemberSpec>& EncoderMembers();
+const std::vector<MemberInfo>& EncoderMembers();
 // The six properties of _CError, in the order of the interface.
-const std::vector<RecordPropertySpec>& RecordProperties();
+const std::vector<RecordPropertyInfo>& RecordProperties();
 // The enumerations of the type library, with their members in declaration order.
-const std::vector<EnumSpec>& Enumerations();
+const std::vector<EnumInfo>& Enumerations();
 
 // Lookups by exact name; null when there is none.
-const MemberSpec* FindEncoderMember(const std::string& name);
+const MemberInfo* FindEncoderMember(const std::string& name);
 const EnumMember* FindEnumMember(const std::string& name);
 
 }  // namespace lumivex::surface
