@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 
 namespace lumivex::cli {
 

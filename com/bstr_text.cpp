@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 
 namespace lumivex::com {
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "component/mregistry.h"
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 #include "component/variant_text.h"
 #include "platform/host.h"
 

@@ -7,7 +7,7 @@
 #include <random>
 
 #include "component/numeric_text.h"
-#include "component/windows_1252_code_page.h"
+#include "platform/text/windows_1252_code_page.h"
 #include "crypto/des.h"
 #include "crypto/secure_memory.h"
 #include "platform/host.h"

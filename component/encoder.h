@@ -95,7 +95,7 @@ class Encoder {
   // A receiver of trace lines that leave the process (key material is masked before it is called).
   using TraceSink = std::function<void(std::string_view line)>;
 
-  Encoder();  // the platform's own bindings
+  // The platform's bindings: DefaultPlatform() for the system's own, or test doubles.
   explicit Encoder(Platform platform);
   ~Encoder();
   Encoder(const Encoder&) = delete;

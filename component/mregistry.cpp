@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 #include "component/variant_text.h"
 
 namespace lumivex {

@@ -316,7 +316,7 @@ struct Bench {
   }
   std::shared_ptr<FuzzedPcsc> pcsc;
   std::vector<std::string> trace;
-  Encoder encoder;
+  Encoder encoder(DefaultPlatform());
 };
 
 void RunCommand(FuzzedDataProvider& in, Bench& bench) {

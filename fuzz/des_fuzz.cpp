@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "component/windows_1252_code_page.h"
+#include "platform/text/windows_1252_code_page.h"
 #include "crypto/des.h"
 #include "crypto/des_block.h"
 #include "fuzz/fuzz_check.h"

@@ -12,7 +12,7 @@
 #include "component/hex.h"
 #include "component/numeric_text.h"
 #include "component/texts.h"
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 #include "component/variant.h"
 #include "component/variant_text.h"
 #include "fuzz/fuzz_check.h"

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <new>
 
-#include "component/utf8.h"
-#include "component/windows_1252_code_page.h"
+#include "platform/text/utf8.h"
+#include "platform/text/windows_1252_code_page.h"
 #include "platform/posix/registry_file_format.h"
 
 namespace lumivex {

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-#include "component/utf8.h"
-#include "component/windows_1252_code_page.h"
+#include "platform/text/utf8.h"
+#include "platform/text/windows_1252_code_page.h"
 
 namespace lumivex {
 

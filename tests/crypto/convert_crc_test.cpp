@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "component/windows_1252_code_page.h"
+#include "platform/text/windows_1252_code_page.h"
 #include "crypto/crc16.h"
 #include "crypto/des.h"
 #include "crypto/des_errors.h"

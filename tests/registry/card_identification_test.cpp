@@ -1,7 +1,7 @@
 #include "component/card_identification.h"
 
 #include "component/mregistry.h"
-#include "component/windows_1252_code_page.h"
+#include "platform/text/windows_1252_code_page.h"
 #include "tests/registry/temp_registry.h"
 #include "tests/support/virtual_host.h"
 

@@ -1,6 +1,6 @@
 #include "component/mregistry.h"
 
-#include "component/windows_1252_code_page.h"
+#include "platform/text/windows_1252_code_page.h"
 
 #include "platform/posix/registry_file_store.h"
 #include "tests/registry/temp_registry.h"

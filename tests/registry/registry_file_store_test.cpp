@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 #include "platform/posix/registry_file_format.h"
 #include "tests/registry/temp_registry.h"
 

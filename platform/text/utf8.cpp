@@ -1,4 +1,4 @@
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 
 namespace lumivex {
 

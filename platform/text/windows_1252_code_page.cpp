@@ -1,8 +1,8 @@
-#include "component/windows_1252_code_page.h"
+#include "platform/text/windows_1252_code_page.h"
 
 #include <array>
 
-#include "component/utf8.h"
+#include "platform/text/utf8.h"
 
 namespace lumivex {
 
