@@ -4,9 +4,9 @@
 #include <cstdio>
 
 #include "component/mregistry.h"
-#include "platform/text/utf8.h"
 #include "component/variant_text.h"
 #include "platform/host.h"
+#include "platform/text/utf8.h"
 
 namespace lumivex {
 

@@ -7,10 +7,10 @@
 #include <random>
 
 #include "component/numeric_text.h"
-#include "platform/text/windows_1252_code_page.h"
 #include "crypto/des.h"
 #include "crypto/secure_memory.h"
 #include "platform/host.h"
+#include "platform/text/windows_1252_code_page.h"
 
 namespace lumivex {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/text/utf8.h"
 #include "component/variant_text.h"
+#include "platform/text/utf8.h"
 
 namespace lumivex {
 

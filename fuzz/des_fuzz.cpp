@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/text/windows_1252_code_page.h"
 #include "crypto/des.h"
 #include "crypto/des_block.h"
 #include "fuzz/fuzz_check.h"
+#include "platform/text/windows_1252_code_page.h"
 
 namespace {
 

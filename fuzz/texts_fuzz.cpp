@@ -12,10 +12,10 @@
 #include "component/hex.h"
 #include "component/numeric_text.h"
 #include "component/texts.h"
-#include "platform/text/utf8.h"
 #include "component/variant.h"
 #include "component/variant_text.h"
 #include "fuzz/fuzz_check.h"
+#include "platform/text/utf8.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include "platform/windows/registry_advapi32.h"
 #include "platform/windows/winscard_api.h"
 #else
-#include "platform/text/windows_1252_code_page.h"
 #include "platform/posix/pcsc_lite_api.h"
 #include "platform/posix/registry_file_store.h"
+#include "platform/text/windows_1252_code_page.h"
 #endif
 
 namespace lumivex {

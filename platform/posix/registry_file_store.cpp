@@ -11,9 +11,9 @@
 #include <cstring>
 #include <new>
 
+#include "platform/posix/registry_file_format.h"
 #include "platform/text/utf8.h"
 #include "platform/text/windows_1252_code_page.h"
-#include "platform/posix/registry_file_format.h"
 
 namespace lumivex {
 

@@ -3,11 +3,11 @@
 
 #include <memory>
 
-#include "platform/text/windows_1252_code_page.h"
 #include "crypto/crc16.h"
 #include "crypto/des.h"
 #include "crypto/des_errors.h"
 #include "crypto_test_util.h"
+#include "platform/text/windows_1252_code_page.h"
 
 namespace lumivex::crypto {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <thread>
 
-#include "platform/text/utf8.h"
 #include "platform/posix/registry_file_format.h"
+#include "platform/text/utf8.h"
 #include "tests/registry/temp_registry.h"
 
 namespace lumivex::test {
