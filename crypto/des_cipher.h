@@ -32,3 +32,38 @@ std::vector<std::uint8_t> ChainedCbc(int direction, std::string_view data, std::
                                      const KeySlots& keys, const Block8& iv);
 
 }  // namespace lumivex::crypto::detail
+
+// Temporary byte-level cipher over the routines above (the crypto rework brings the final one).
+#include <string>
+#include "crypto/des_errors.h"
+#include "crypto/hex_codec.h"
+#include "crypto/secure_memory.h"
+#include "crypto/crc16.h"
+namespace lumivex::crypto {
+class DesCipher {
+ public:
+  DesCipher() = default;
+  ~DesCipher() { SecureWipe(keys_.data(), sizeof(keys_)); SecureWipe(iv_.data(), iv_.size()); }
+  DesCipher(const DesCipher&) = delete;
+  DesCipher& operator=(const DesCipher&) = delete;
+  void SetKey(std::int16_t slot, std::span<const std::uint8_t, 8> key) {
+    if (slot < 1 || slot > 3) RaiseDesError(kDesBadKeyIndex);
+    std::copy(key.begin(), key.end(), keys_[static_cast<std::size_t>(slot - 1)].begin());
+  }
+  void SetInitVector(std::span<const std::uint8_t, 8> iv) { std::copy(iv.begin(), iv.end(), iv_.begin()); }
+  std::vector<std::uint8_t> Encrypt(std::span<const std::uint8_t> data, std::int32_t mode) const { return Run(detail::kEncipher, data, mode); }
+  std::vector<std::uint8_t> Decrypt(std::span<const std::uint8_t> data, std::int32_t mode) const { return Run(detail::kDecipher, data, mode); }
+ private:
+  std::vector<std::uint8_t> Run(int direction, std::span<const std::uint8_t> data, std::int32_t mode) const {
+    if ((mode & 0xFF) > 1) RaiseDesError(kDesInvalidAlgorithm);
+    const std::string text = detail::FormatHex(data, false);
+    switch (static_cast<std::uint32_t>(mode) & 0xFFFFF000U) {
+      case 0x2000: return detail::LegacyChain(direction, text, mode, keys_, iv_);
+      case 0x4000: return detail::ChainedCbc(direction, text, mode, keys_, iv_);
+      default: return detail::BlockRoutine(direction, data, mode, keys_, iv_);
+    }
+  }
+  detail::KeySlots keys_{};
+  detail::Block8 iv_{};
+};
+}  // namespace lumivex::crypto

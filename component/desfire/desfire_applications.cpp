@@ -1,17 +1,14 @@
-// Card-level DESFire operations: erasing the card, creating, deleting and listing applications,
-// and the card's manufacturing data (read once, then served from the Encoder's cache).
+#include "component/desfire/desfire_applications.h"
+
 #include <cmath>
 #include <limits>
-#include <string>
+#include <optional>
 #include <vector>
 
-#include "component/desfire/desfire_common.h"
-#include "component/desfire/desfire_operation.h"
-#include "component/encoder.h"
+#include "component/desfire/desfire_card.h"
 #include "component/hex.h"
-#include "crypto/des.h"
 
-namespace lumivex {
+namespace lumivex::desfire {
 
 namespace {
 
@@ -37,138 +34,114 @@ std::optional<std::int32_t> StorageSize(std::uint8_t code) {
 }
 
 // A slice of the cache, or nothing when the cache is too short for it.
-std::optional<std::vector<std::uint8_t>> Slice(const std::vector<std::uint8_t>& bytes,
-                                               std::size_t first, std::size_t count) {
+std::optional<Bytes> Slice(const Bytes& bytes, std::size_t first, std::size_t count) {
   if (bytes.size() < first + count) return std::nullopt;
-  return std::vector<std::uint8_t>(bytes.begin() + static_cast<std::ptrdiff_t>(first),
-                                   bytes.begin() + static_cast<std::ptrdiff_t>(first + count));
+  return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(first),
+               bytes.begin() + static_cast<std::ptrdiff_t>(first + count));
+}
+
+// The identifier as the host wrote it (normalised in place); false when it is not three bytes of
+// hexadecimal or names the root, which cannot be created or deleted.
+bool IsApplicationId(std::string& appId) {
+  return IsHexString(appId, 6) && appId != "000000";
 }
 
 }  // namespace
 
-sceReturnCode Encoder::DESFireFormat() {
-  const std::string op = "DESFireFormat";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    if (!DESFireAtRoot()) return desfire::Record(LastError(), desfire::fail::OnlyAtRoot, op);
-    return DESFireSendExpectOk(cmd::DesfireFormat, {}, op);
+sceReturnCode Applications::Format() {
+  static constexpr const char* kName = "DESFireFormat";
+  return card_.Run(kName, [&] {
+    if (!card_.AtRoot()) return card_.Refuse(failure::kOnlyAtRoot, kName);
+    return card_.SendExpectOk(Command::kDesfireFormat, {}, kName);
   });
 }
 
-sceReturnCode Encoder::DESFireCreateApplication(const std::string& ApplicationId,
-                                                DesfireKeySettings KeySettings,
-                                                std::int32_t NumOfKeys) {
-  const std::string op = "DESFireCreateApplication";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    namespace fail = desfire::fail;
-    if (!DESFireAtRoot()) return Record(LastError(), fail::OnlyAtRoot, op);
+sceReturnCode Applications::CreateApplication(const std::string& ApplicationId,
+                                              DesfireKeySettings KeySettings,
+                                              std::int32_t NumOfKeys) {
+  static constexpr const char* kName = "DESFireCreateApplication";
+  return card_.Run(kName, [&] {
+    if (!card_.AtRoot()) return card_.Refuse(failure::kOnlyAtRoot, kName);
     std::string appId = ApplicationId;
-    if (!IsHexString(appId, 6) || appId == "000000") {
-      return Record(LastError(), fail::IncorrectAppId, op);
-    }
+    if (!IsApplicationId(appId)) return card_.Refuse(failure::kIncorrectAppId, kName);
     const std::int32_t settings = KeySettings;
-    if (settings < 0 || settings > 255) return Record(LastError(), fail::InvalidParameter, op);
+    if (settings < 0 || settings > 255) return card_.Refuse(failure::kInvalidParameter, kName);
     // The root application alone may not carry a change-key number in the high nibble; the
-    // identifier test above already keeps the root out, so this never fires.
+    // identifier test above already keeps the root out, so this never refuses.
     if (appId == "000000" && (settings & 0xF0) != 0) {
-      return Record(LastError(), fail::InvalidParameter, op);
+      return card_.Refuse(failure::kInvalidParameter, kName);
     }
-    if (NumOfKeys < 1 || NumOfKeys > 14) return Record(LastError(), fail::InvalidParameter, op);
-
-    // The engine writes the key settings and the key count, given as numbers, in hexadecimal.
-    return DESFireSendExpectOk(cmd::DesfireCreateApplication,
-                               {appId, std::to_string(settings), std::to_string(NumOfKeys)}, op);
+    if (NumOfKeys < 1 || NumOfKeys > 14) return card_.Refuse(failure::kInvalidParameter, kName);
+    return card_.SendExpectOk(Command::kDesfireCreateApplication,
+                              {HexToBytes(appId), settings, NumOfKeys}, kName);
   });
 }
 
-sceReturnCode Encoder::DESFireDeleteApplication(const std::string& ApplicationId) {
-  const std::string op = "DESFireDeleteApplication";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
+sceReturnCode Applications::DeleteApplication(const std::string& ApplicationId) {
+  static constexpr const char* kName = "DESFireDeleteApplication";
+  return card_.Run(kName, [&] {
     // No root-level test: the card decides whether the selected application may delete.
     std::string appId = ApplicationId;
-    if (!IsHexString(appId, 6) || appId == "000000") {
-      return desfire::Record(LastError(), desfire::fail::IncorrectAppId, op);
-    }
-    return DESFireSendExpectOk(cmd::DesfireDeleteApplication, {appId}, op);
+    if (!IsApplicationId(appId)) return card_.Refuse(failure::kIncorrectAppId, kName);
+    return card_.SendExpectOk(Command::kDesfireDeleteApplication, {HexToBytes(appId)}, kName);
   });
 }
 
-sceReturnCode Encoder::DESFireGetApplications(std::string& Applications) {
-  const std::string op = "DESFireGetApplications";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireGetApplications, {}, response, statusWord, autoContinue) !=
-            sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return desfire::Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt,
-                             statusWord);
-    }
+sceReturnCode Applications::GetApplications(std::string& Applications) {
+  static constexpr const char* kName = "DESFireGetApplications";
+  return card_.Run(kName, [&] {
+    const Reply reply = card_.Send(Command::kDesfireGetApplications);
+    if (!Card::Answered(reply)) return card_.Fail(reply, kName);
     // Three bytes an application, in the card's byte order, separated by commas.
     std::string list;
-    for (std::size_t i = 0; i + 1 < response.size(); i += 2) {
-      list += response.substr(i, 2);
-      if ((i / 2) % 3 == 2) list += ',';
+    for (std::size_t i = 0; i < reply.data.size(); ++i) {
+      list += ByteArrayToHex(ByteView(&reply.data[i], 1));
+      if (i % 3 == 2 && i + 1 < reply.data.size()) list += ',';
     }
-    if (!list.empty() && list.back() == ',') list.pop_back();
     Applications = list;
-    return sceSuccess;
+    return Succeeded();
   });
 }
 
-sceReturnCode Encoder::DESFireGetVersion(DesfireVersionBytes RequestedInformation,
-                                         Variant& Information) {
-  const std::string op = "DESFireGetVersion";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    namespace fail = desfire::fail;
+sceReturnCode Applications::GetVersion(DesfireVersionBytes RequestedInformation,
+                                       Variant& Information) {
+  static constexpr const char* kName = "DESFireGetVersion";
+  return card_.Run(kName, [&] {
+    Bytes& version = card_.versionCache();
     // The first complete answer is kept for the life of the Encoder, whatever card comes next.
-    if (desfireVersion_.size() != kVersionLength) {
-      std::string response;
-      std::string statusWord;
-      bool autoContinue = true;
-      if (EncoderCommand(cmd::DesfireGetVersion, {}, response, statusWord, autoContinue) !=
-              sceSuccess ||
-          desfire::Upper(statusWord) != desfire::kSwOk) {
-        return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
-      }
-      const auto bytes = Des().ConvertData(response, 5);
-      if (const auto* array = std::get_if<std::vector<std::uint8_t>>(&bytes)) {
-        desfireVersion_ = *array;
-      } else {
-        desfireVersion_.clear();
-      }
+    if (version.size() != kVersionLength) {
+      const Reply reply = card_.Send(Command::kDesfireGetVersion);
+      if (!Card::Answered(reply)) return card_.Fail(reply, kName);
+      version = reply.data;
     }
-
     // A byte the cache does not hold reads as the byte 0 and fails the operation.
-    const auto unreadable = [&]() {
+    const auto unreadable = [&] {
       Information = Variant::FromByte(0);
-      return Record(LastError(), fail::OperationFailed, op);
+      return card_.Refuse(failure::kOperationFailed, kName);
     };
     const std::int32_t selector = RequestedInformation;
     if (selector == dfvAllData) {
-      Information = Variant::FromBytes(desfireVersion_);
+      Information = Variant::FromBytes(version);
     } else if (selector == dfvStorageSize) {
-      const auto code = Slice(desfireVersion_, dfvSoftwareStorageSize, 1);
+      const auto code = Slice(version, dfvSoftwareStorageSize, 1);
       if (!code) return unreadable();
       const auto size = StorageSize(code->front());
       if (!size) return unreadable();
       Information = Variant::FromInt32(*size);
     } else if (selector == dfvUID || selector == dfvBatchNo) {
-      const auto bytes = Slice(desfireVersion_, static_cast<std::size_t>(selector),
+      const auto bytes = Slice(version, static_cast<std::size_t>(selector),
                                selector == dfvUID ? kUidLength : kBatchLength);
       if (!bytes) return unreadable();
       Information = Variant::FromBytes(*bytes);
     } else if (selector >= 0 && selector < static_cast<std::int32_t>(kVersionLength)) {
-      const auto byte = Slice(desfireVersion_, static_cast<std::size_t>(selector), 1);
+      const auto byte = Slice(version, static_cast<std::size_t>(selector), 1);
       if (!byte) return unreadable();
       Information = Variant::FromByte(byte->front());
     } else {
-      return Record(LastError(), fail::InvalidParameter, op);
+      return card_.Refuse(failure::kInvalidParameter, kName);
     }
-    return sceSuccess;
+    return Succeeded();
   });
 }
 
-}  // namespace lumivex
+}  // namespace lumivex::desfire

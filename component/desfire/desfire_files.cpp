@@ -1,86 +1,76 @@
-// Files of the selected DESFire application: listing, the five kinds of file creation, deletion,
-// and reading and changing a file's settings.
+#include "component/desfire/desfire_files.h"
+#include "component/hex.h"
+
 #include <algorithm>
-#include <string>
+#include <array>
 #include <vector>
 
-#include "component/desfire/desfire_common.h"
-#include "component/desfire/desfire_operation.h"
-#include "component/encoder.h"
-#include "crypto/des.h"
+#include "component/desfire/cryptogram.h"
+#include "component/desfire/desfire_card.h"
 
-namespace lumivex {
+namespace lumivex::desfire {
 
 namespace {
 
-using desfire::Failure;
-
-// Highest file number of standard data files (and of deletion and settings) and of the other
+// Highest file number of standard data files (and of deletion and settings), and of the other
 // kinds, which are deliberately held to a narrower range.
 constexpr std::int32_t kMaxFileNumber = 15;
 constexpr std::int32_t kMaxFileNumberOtherKinds = 7;
+constexpr std::int32_t kMax24 = 0xFFFFFF;  // the largest size or count three bytes carry
 
 bool ValidCreateCommSettings(std::int32_t value) {
   return value == dfcPlain || value == dfcPlainMac || value == dfcCiphered;
 }
 
 // The checks shared by file creation and the settings change, in their order: file number,
-// communication settings, then read, write, read-and-write and change rights. Nothing when they
-// pass.
+// communication settings, then read, write, read-and-write and change rights.
 const Failure* CheckFileArguments(std::int32_t fileNo, std::int32_t maxFileNo,
-                                  bool commSettingsValid, std::int32_t keyRead,
-                                  std::int32_t keyWrite, std::int32_t keyReadWrite,
-                                  std::int32_t keyManage) {
-  if (fileNo < 0 || fileNo > maxFileNo) return &desfire::fail::InvalidFileNumber;
-  if (!commSettingsValid) return &desfire::fail::InvalidCommSettings;
-  for (const std::int32_t right : {keyRead, keyWrite, keyReadWrite, keyManage}) {
-    if (right < 0 || right > 15) return &desfire::fail::BadKeyNumber;
+                                  bool commSettingsValid, const AccessRights& rights) {
+  if (fileNo < 0 || fileNo > maxFileNo) return &failure::kInvalidFileNumber;
+  if (!commSettingsValid) return &failure::kInvalidCommSettings;
+  for (const std::int32_t right : {rights.read, rights.write, rights.readWrite, rights.manage}) {
+    if (right < 0 || right > 15) return &failure::kBadKeyNumber;
   }
   return nullptr;
 }
 
-bool InRange24(std::int32_t value) {
-  return value >= 1 && value <= desfire::kMax24;
+// The 16-bit access rights, sent least significant byte first: read-and-write and change in the
+// first byte, read and write in the second.
+std::uint32_t RightsWord(const AccessRights& rights) {
+  const auto nibble = [](std::int32_t right) { return static_cast<std::uint32_t>(right) & 0xFU; };
+  return nibble(rights.read) << 12U | nibble(rights.write) << 8U | nibble(rights.readWrite) << 4U |
+         nibble(rights.manage);
 }
 
-// The checks of each kind of file, made after the shared ones. Nothing when they pass.
+bool InRange24(std::int32_t value) {
+  return value >= 1 && value <= kMax24;
+}
+
 const Failure* DataFileFailure(std::int32_t fileSize) {
-  return InRange24(fileSize) ? nullptr : &desfire::fail::InvalidFileSize;
+  return InRange24(fileSize) ? nullptr : &failure::kInvalidFileSize;
 }
 
 const Failure* RecordFileFailure(std::int32_t recordSize, std::int32_t recordCount) {
-  if (!InRange24(recordSize)) return &desfire::fail::InvalidRecordSize;
-  if (!InRange24(recordCount)) return &desfire::fail::InvalidRecordCount;
+  if (!InRange24(recordSize)) return &failure::kInvalidRecordSize;
+  if (!InRange24(recordCount)) return &failure::kInvalidRecordCount;
   return nullptr;
 }
 
 const Failure* ValueFileFailure(std::int32_t lower, std::int32_t upper, std::int32_t initial) {
-  if (lower > upper) return &desfire::fail::InvalidLimits;
-  if (initial < lower || initial > upper) return &desfire::fail::ValueOutOfBounds;
+  if (lower > upper) return &failure::kInvalidLimits;
+  if (initial < lower || initial > upper) return &failure::kValueOutOfBounds;
   return nullptr;
 }
 
 }  // namespace
 
-sceReturnCode Encoder::DESFireGetFileIDs(std::string& FileIds) {
-  const std::string op = "DESFireGetFileIDs";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    if (!DESFireIsAuthenticated()) {
-      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, op);
-    }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireGetFileIds, {}, response, statusWord, autoContinue) !=
-            sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return desfire::Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt,
-                             statusWord);
-    }
-    std::vector<int> numbers;
-    for (std::size_t i = 0; const auto byte = desfire::ByteAt(response, i); ++i) {
-      numbers.push_back(*byte);
-    }
+sceReturnCode Files::GetFileIDs(std::string& FileIds) {
+  static constexpr const char* kName = "DESFireGetFileIDs";
+  return card_.Run(kName, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, kName);
+    const Reply reply = card_.Send(Command::kDesfireGetFileIds);
+    if (!Card::Answered(reply)) return card_.Fail(reply, kName);
+    std::vector<int> numbers(reply.data.begin(), reply.data.end());
     std::sort(numbers.begin(), numbers.end());
     std::string list;
     for (const int number : numbers) {
@@ -88,177 +78,145 @@ sceReturnCode Encoder::DESFireGetFileIDs(std::string& FileIds) {
       list += std::to_string(number);
     }
     FileIds = list;
-    return sceSuccess;
+    return Succeeded();
   });
 }
 
-// Every kind of file is created alike: the shared checks, the kind's own checks, then the
-// command with number, communication settings and rights followed by the kind's fields.
-sceReturnCode Encoder::DESFireCreateFile(std::int32_t Command, const std::string& Operation,
-                                         std::int32_t MaxFileNo, std::int32_t FileNumber,
-                                         std::int32_t CommunicationSettings, std::int32_t KeyRead,
-                                         std::int32_t KeyWrite, std::int32_t KeyReadWrite,
-                                         std::int32_t KeyManage, const Failure* KindFailure,
-                                         const std::vector<std::string>& KindParams) {
-  return DESFireOperation(Operation, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) {
-      return Record(LastError(), desfire::fail::NotAuthenticated, Operation);
+sceReturnCode Files::CreateFile(Command command, const char* name, std::int32_t maxFileNumber,
+                                std::int32_t fileNumber, std::int32_t communicationSettings,
+                                const AccessRights& rights, const Failure* kindFailure,
+                                std::initializer_list<FrameArg> kindValues) {
+  return card_.Run(name, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, name);
+    if (const Failure* failed = CheckFileArguments(
+            fileNumber, maxFileNumber, ValidCreateCommSettings(communicationSettings), rights)) {
+      return card_.Refuse(*failed, name);
     }
-    if (const Failure* failure = CheckFileArguments(FileNumber, MaxFileNo,
-                                                    ValidCreateCommSettings(CommunicationSettings),
-                                                    KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, Operation);
-    }
-    if (KindFailure != nullptr) return Record(LastError(), *KindFailure, Operation);
-    std::vector<std::string> params{
-        desfire::Hex2(FileNumber), desfire::Hex2(CommunicationSettings),
-        desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite)};
-    params.insert(params.end(), KindParams.begin(), KindParams.end());
-    return DESFireSendExpectOk(Command, params, Operation);
+    if (kindFailure != nullptr) return card_.Refuse(*kindFailure, name);
+    std::vector<FrameArg> values{fileNumber, communicationSettings, RightsWord(rights)};
+    values.insert(values.end(), kindValues.begin(), kindValues.end());
+    return card_.SendExpectOk(command, values, name);
   });
 }
 
-sceReturnCode Encoder::DESFireCreateStdDataFile(std::int32_t FileNumber,
-                                                std::int32_t CommunicationSettings,
-                                                std::int32_t KeyRead, std::int32_t KeyWrite,
-                                                std::int32_t KeyReadWrite, std::int32_t KeyManage,
-                                                std::int32_t FileSize) {
-  return DESFireCreateFile(cmd::DesfireCreateStdDataFile, "DESFireCreateStdDataFile",
-                           kMaxFileNumber, FileNumber, CommunicationSettings, KeyRead, KeyWrite,
-                           KeyReadWrite, KeyManage, DataFileFailure(FileSize),
-                           {desfire::Le24(FileSize)});
+sceReturnCode Files::CreateStdDataFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
+                                       const AccessRights& rights, std::int32_t FileSize) {
+  return CreateFile(Command::kDesfireCreateStdDataFile, "DESFireCreateStdDataFile", kMaxFileNumber,
+                    FileNumber, CommunicationSettings, rights, DataFileFailure(FileSize),
+                    {FileSize});
 }
 
-sceReturnCode Encoder::DESFireCreateBackupDataFile(std::int32_t FileNumber,
-                                                   std::int32_t CommunicationSettings,
-                                                   std::int32_t KeyRead, std::int32_t KeyWrite,
-                                                   std::int32_t KeyReadWrite,
-                                                   std::int32_t KeyManage, std::int32_t FileSize) {
-  return DESFireCreateFile(cmd::DesfireCreateBackupDataFile, "DESFireCreateBackupDataFile",
-                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
-                           KeyWrite, KeyReadWrite, KeyManage, DataFileFailure(FileSize),
-                           {desfire::Le24(FileSize)});
+sceReturnCode Files::CreateBackupDataFile(std::int32_t FileNumber,
+                                          std::int32_t CommunicationSettings,
+                                          const AccessRights& rights, std::int32_t FileSize) {
+  return CreateFile(Command::kDesfireCreateBackupDataFile, "DESFireCreateBackupDataFile",
+                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
+                    DataFileFailure(FileSize), {FileSize});
 }
 
-sceReturnCode Encoder::DESFireCreateValueFile(std::int32_t FileNumber,
-                                              std::int32_t CommunicationSettings,
-                                              std::int32_t KeyRead, std::int32_t KeyWrite,
-                                              std::int32_t KeyReadWrite, std::int32_t KeyManage,
-                                              std::int32_t LowerLimit, std::int32_t UpperLimit,
-                                              std::int32_t InitialValue,
-                                              bool LimitedCreditEnabled) {
-  return DESFireCreateFile(cmd::DesfireCreateValueFile, "DESFireCreateValueFile",
-                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
-                           KeyWrite, KeyReadWrite, KeyManage,
-                           ValueFileFailure(LowerLimit, UpperLimit, InitialValue),
-                           {desfire::Le32(LowerLimit), desfire::Le32(UpperLimit),
-                            desfire::Le32(InitialValue), LimitedCreditEnabled ? "01" : "00"});
+sceReturnCode Files::CreateValueFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
+                                     const AccessRights& rights, std::int32_t LowerLimit,
+                                     std::int32_t UpperLimit, std::int32_t InitialValue,
+                                     bool LimitedCreditEnabled) {
+  return CreateFile(Command::kDesfireCreateValueFile, "DESFireCreateValueFile",
+                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
+                    ValueFileFailure(LowerLimit, UpperLimit, InitialValue),
+                    {LowerLimit, UpperLimit, InitialValue, LimitedCreditEnabled ? 1 : 0});
 }
 
-sceReturnCode Encoder::DESFireCreateLinearRecordFile(
-    std::int32_t FileNumber, std::int32_t CommunicationSettings, std::int32_t KeyRead,
-    std::int32_t KeyWrite, std::int32_t KeyReadWrite, std::int32_t KeyManage,
-    std::int32_t RecordSize, std::int32_t MaxNumOfRecords) {
-  return DESFireCreateFile(cmd::DesfireCreateLinearRecordFile, "DESFireCreateLinearRecordFile",
-                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
-                           KeyWrite, KeyReadWrite, KeyManage,
-                           RecordFileFailure(RecordSize, MaxNumOfRecords),
-                           {desfire::Le24(RecordSize), desfire::Le24(MaxNumOfRecords)});
+sceReturnCode Files::CreateLinearRecordFile(std::int32_t FileNumber,
+                                            std::int32_t CommunicationSettings,
+                                            const AccessRights& rights, std::int32_t RecordSize,
+                                            std::int32_t MaxNumOfRecords) {
+  return CreateFile(Command::kDesfireCreateLinearRecordFile, "DESFireCreateLinearRecordFile",
+                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
+                    RecordFileFailure(RecordSize, MaxNumOfRecords), {RecordSize, MaxNumOfRecords});
 }
 
-sceReturnCode Encoder::DESFireCreateCyclicRecordFile(
-    std::int32_t FileNumber, std::int32_t CommunicationSettings, std::int32_t KeyRead,
-    std::int32_t KeyWrite, std::int32_t KeyReadWrite, std::int32_t KeyManage,
-    std::int32_t RecordSize, std::int32_t MaxNumOfRecords) {
-  return DESFireCreateFile(cmd::DesfireCreateCyclicRecordFile, "DESFireCreateCyclicRecordFile",
-                           kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, KeyRead,
-                           KeyWrite, KeyReadWrite, KeyManage,
-                           RecordFileFailure(RecordSize, MaxNumOfRecords),
-                           {desfire::Le24(RecordSize), desfire::Le24(MaxNumOfRecords)});
+sceReturnCode Files::CreateCyclicRecordFile(std::int32_t FileNumber,
+                                            std::int32_t CommunicationSettings,
+                                            const AccessRights& rights, std::int32_t RecordSize,
+                                            std::int32_t MaxNumOfRecords) {
+  return CreateFile(Command::kDesfireCreateCyclicRecordFile, "DESFireCreateCyclicRecordFile",
+                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
+                    RecordFileFailure(RecordSize, MaxNumOfRecords), {RecordSize, MaxNumOfRecords});
 }
 
-sceReturnCode Encoder::DESFireDeleteFile(std::int32_t FileNumber) {
-  const std::string op = "DESFireDeleteFile";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
+sceReturnCode Files::DeleteFile(std::int32_t FileNumber) {
+  static constexpr const char* kName = "DESFireDeleteFile";
+  return card_.Run(kName, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, kName);
     if (FileNumber < 0 || FileNumber > kMaxFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, op);
+      return card_.Refuse(failure::kInvalidFileNumber, kName);
     }
-    return DESFireSendExpectOk(cmd::DesfireDeleteFile, {desfire::Hex2(FileNumber)}, op);
+    return card_.SendExpectOk(Command::kDesfireDeleteFile, {FileNumber}, kName);
   });
 }
 
-sceReturnCode Encoder::DESFireGetFileSettings(std::int32_t FileNo, std::string& Information) {
-  const std::string op = "DESFireGetFileSettings";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (FileNo < 0 || FileNo > kMaxFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, op);
+sceReturnCode Files::GetFileSettings(std::int32_t FileNo, std::string& Information) {
+  Bytes settings;
+  StatusWord statusWord;
+  return ReadFileSettings(FileNo, Information, settings, statusWord);
+}
+
+sceReturnCode Files::ReadFileSettings(std::int32_t fileNo, std::string& information,
+                                      Bytes& settings, StatusWord& statusWord) {
+  static constexpr const char* kName = "DESFireGetFileSettings";
+  return card_.Run(kName, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, kName);
+    if (fileNo < 0 || fileNo > kMaxFileNumber) {
+      return card_.Refuse(failure::kInvalidFileNumber, kName);
     }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireGetFileSettings, {desfire::Hex2(FileNo)}, response, statusWord,
-                       autoContinue) != sceSuccess ||
-        desfire::Upper(statusWord) != desfire::kSwOk) {
-      return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
-    }
+    const Reply reply = card_.Send(Command::kDesfireGetFileSettings, {fileNo});
+    statusWord = reply.statusWord;
+    if (!Card::Answered(reply)) return card_.Fail(reply, kName);
     // File type, communication settings, access rights, then the fields of the file's kind.
-    Information = desfire::AsText(Des().ConvertData(response, 0));
-    return sceSuccess;
+    settings = reply.data;
+    information = BytesToHex(settings, 1, -1, true);
+    return Succeeded();
   });
 }
 
-sceReturnCode Encoder::DESFireChangeFileSettings(std::int32_t FileNo,
-                                                 std::int32_t CommunicationSettings,
-                                                 std::int32_t KeyRead, std::int32_t KeyWrite,
-                                                 std::int32_t KeyReadWrite,
-                                                 std::int32_t KeyManage) {
-  const std::string op = "DESFireChangeFileSettings";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (const Failure* failure = CheckFileArguments(
+sceReturnCode Files::ChangeFileSettings(std::int32_t FileNo, std::int32_t CommunicationSettings,
+                                        const AccessRights& rights) {
+  static constexpr const char* kName = "DESFireChangeFileSettings";
+  return card_.Run(kName, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, kName);
+    if (const Failure* failed = CheckFileArguments(
             FileNo, kMaxFileNumber, CommunicationSettings >= 0 && CommunicationSettings <= 255,
-            KeyRead, KeyWrite, KeyReadWrite, KeyManage)) {
-      return Record(LastError(), *failure, op);
+            rights)) {
+      return card_.Refuse(*failed, kName);
     }
-    const std::string fileNumber = desfire::Hex2(FileNo);
-    const std::string commSettings = desfire::Hex2(CommunicationSettings);
-    const std::string rights = desfire::AccessRights(KeyReadWrite, KeyManage, KeyRead, KeyWrite);
-
     // A file whose change right is free takes its settings plain; otherwise the card refuses the
     // plain frame and wants them enciphered with the session key.
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    if (EncoderCommand(cmd::DesfireChangeFileSettings1, {fileNumber, commSettings, rights},
-                       response, statusWord, autoContinue) == sceSuccess &&
-        desfire::Upper(statusWord) == desfire::kSwOk) {
-      return sceSuccess;
+    const std::uint32_t word = RightsWord(rights);
+    if (Card::Answered(card_.Send(Command::kDesfireChangeFileSettingsPlain,
+                                  {FileNo, CommunicationSettings, word}))) {
+      return Succeeded();
     }
-    const std::string cryptogram = DESFireEncipher({{commSettings + rights, "[DATA][CRC]000000"}});
-    return DESFireSendExpectOk(cmd::DesfireChangeFileSettings2, {fileNumber, cryptogram}, op);
+    const std::array<std::uint8_t, 3> plain{static_cast<std::uint8_t>(CommunicationSettings),
+                                            static_cast<std::uint8_t>(word),
+                                            static_cast<std::uint8_t>(word >> 8U)};
+    Cryptogram cryptogram;
+    cryptogram.Data(plain).CrcOf(plain).Zeros(3);
+    return card_.SendExpectOk(Command::kDesfireChangeFileSettingsEnciphered,
+                              {FileNo, card_.Encipher(cryptogram)}, kName);
   });
 }
 
-sceReturnCode Encoder::DESFireGetFileCharacteristics(std::int32_t FileNo, std::int32_t& FileType,
-                                                     std::int32_t& CommunicationSettings) {
-  const std::string op = "DESFireGetFileCharacteristics";
-  std::string settings;
-  if (DESFireGetFileSettings(FileNo, settings) != sceSuccess) {
-    return desfire::Record(LastError(), desfire::fail::OperationFailed, op);
+FileKind Files::GetFileCharacteristics(std::int32_t FileNo) {
+  static constexpr const char* kName = "DESFireGetFileCharacteristics";
+  FileKind kind;
+  std::string information;
+  Bytes settings;
+  if (ReadFileSettings(FileNo, information, settings, kind.statusWord) != sceSuccess ||
+      settings.size() < 2) {
+    card_.reporting().record.Fail(failure::kOperationFailed, kName);
+    return kind;
   }
-  settings = desfire::RemoveBlanks(settings);
-  const auto type = desfire::ByteAt(settings, 0);
-  const auto comm = desfire::ByteAt(settings, 1);
-  if (!type || !comm) return desfire::Record(LastError(), desfire::fail::OperationFailed, op);
-  FileType = *type;
-  CommunicationSettings = *comm;
-  return sceSuccess;
+  kind.known = true;
+  kind.type = settings[0];
+  return kind;
 }
 
-}  // namespace lumivex
+}  // namespace lumivex::desfire

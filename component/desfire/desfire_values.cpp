@@ -1,107 +1,97 @@
-// DESFire value files and the closing of a transaction: reading a value, debit, credit and
-// limited credit (plain, through the framed routines), commit and abort.
-#include <string>
-#include <vector>
+#include "component/desfire/desfire_values.h"
 
-#include "component/desfire/desfire_common.h"
-#include "component/desfire/desfire_operation.h"
-#include "component/encoder.h"
+#include <array>
 
-namespace lumivex {
+#include "component/desfire/desfire_card.h"
+#include "component/desfire/desfire_transfer.h"
+
+namespace lumivex::desfire {
 
 namespace {
 
 constexpr std::int32_t kMaxValueFileNumber = 7;
-const std::vector<std::int32_t> kValueFiles{dftValue};
+constexpr std::array<std::uint8_t, 1> kValueFiles{dftValue};
+
+bool ValidValueFile(std::int32_t fileNo) {
+  return fileNo >= 0 && fileNo <= kMaxValueFileNumber;
+}
 
 }  // namespace
 
-sceReturnCode Encoder::DESFireGetValue(std::int32_t FileNo, std::int32_t& ValueData) {
-  const std::string op = "DESFireGetValue";
-  return DESFireOperation(op, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) return Record(LastError(), desfire::fail::NotAuthenticated, op);
-    if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, op);
-    }
-    std::string answer;
-    if (DESFireFramedReceive(cmd::DesfireGetValue, {desfire::Hex2(FileNo)}, kValueFiles, FileNo, op,
-                             answer) != sceSuccess) {
-      return sceError;
-    }
-    const auto value = desfire::ReadLe32(desfire::RemoveBlanks(answer));
-    if (!value) return Record(LastError(), desfire::fail::OperationFailed, op);
-    ValueData = *value;
-    return sceSuccess;
+sceReturnCode Values::GetValue(std::int32_t FileNo, std::int32_t& ValueData) {
+  static constexpr const char* kName = "DESFireGetValue";
+  return card_.Run(kName, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, kName);
+    if (!ValidValueFile(FileNo)) return card_.Refuse(failure::kInvalidFileNumber, kName);
+    const Exchanged read =
+        transfers_.FramedReceive(Command::kDesfireGetValue, {FileNo}, kValueFiles, FileNo, kName);
+    if (read.outcome.result != sceSuccess) return read.outcome;
+    // Four bytes, least significant first.
+    if (read.data.size() < 4) return card_.Refuse(failure::kOperationFailed, kName);
+    std::uint32_t value = 0;
+    for (unsigned i = 0; i < 4; ++i) value |= static_cast<std::uint32_t>(read.data[i]) << (8 * i);
+    ValueData = static_cast<std::int32_t>(value);
+    return Succeeded();
   });
 }
 
-// Debit, credit and limited credit differ only in their command and in what the card's boundary
-// error means for them.
-sceReturnCode Encoder::DESFireChangeValue(std::int32_t Command, const std::string& Operation,
-                                          std::int32_t FileNo, std::int32_t Amount,
-                                          const desfire::Failure& AtBoundary) {
-  return DESFireOperation(Operation, [&]() -> sceReturnCode {
-    using desfire::Record;
-    if (!DESFireIsAuthenticated()) {
-      return Record(LastError(), desfire::fail::NotAuthenticated, Operation);
+sceReturnCode Values::ChangeValue(Command command, const char* name, std::int32_t fileNo,
+                                  std::int32_t amount, const Failure& atBoundary) {
+  return card_.Run(name, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, name);
+    if (!ValidValueFile(fileNo)) return card_.Refuse(failure::kInvalidFileNumber, name);
+    if (amount < 0) return card_.Refuse(failure::kInvalidAmount, name);
+    const std::array<std::uint8_t, 1> header{static_cast<std::uint8_t>(fileNo)};
+    const auto value = static_cast<std::uint32_t>(amount);
+    const std::array<std::uint8_t, 4> payload{
+        static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8U),
+        static_cast<std::uint8_t>(value >> 16U), static_cast<std::uint8_t>(value >> 24U)};
+    const Exchanged sent =
+        transfers_.FramedSend(command, header, payload, kValueFiles, fileNo, name);
+    if (sent.outcome.result != sceSuccess &&
+        card_.reporting().record.Number() == err::kOperationFailed &&
+        sent.statusWord == sw::kBoundary) {
+      return card_.Refuse(atBoundary, name);
     }
-    if (FileNo < 0 || FileNo > kMaxValueFileNumber) {
-      return Record(LastError(), desfire::fail::InvalidFileNumber, Operation);
-    }
-    if (Amount < 0) return Record(LastError(), desfire::fail::InvalidAmount, Operation);
-    if (DESFireFramedSend(Command, desfire::Hex2(FileNo), desfire::Le32(Amount), kValueFiles,
-                          FileNo, Operation) == sceSuccess) {
-      return sceSuccess;
-    }
-    if (LastError().Number() == err::kOperationFailed && lastStatusWord_ == desfire::kSwBoundary) {
-      return Record(LastError(), AtBoundary, Operation);
-    }
-    return sceError;
+    return sent.outcome;
   });
 }
 
-sceReturnCode Encoder::DESFireDebit(std::int32_t FileNo, std::int32_t Amount) {
+sceReturnCode Values::Debit(std::int32_t FileNo, std::int32_t Amount) {
   // The value would leave the file's limits.
-  return DESFireChangeValue(cmd::DesfireDebit, "DESFireDebit", FileNo, Amount,
-                            desfire::fail::ValueExceedsLimits);
+  return ChangeValue(Command::kDesfireDebit, "DESFireDebit", FileNo, Amount,
+                     failure::kValueExceedsLimits);
 }
 
-sceReturnCode Encoder::DESFireCredit(std::int32_t FileNo, std::int32_t Amount) {
-  return DESFireChangeValue(cmd::DesfireCredit, "DESFireCredit", FileNo, Amount,
-                            desfire::fail::ValueExceedsLimits);
+sceReturnCode Values::Credit(std::int32_t FileNo, std::int32_t Amount) {
+  return ChangeValue(Command::kDesfireCredit, "DESFireCredit", FileNo, Amount,
+                     failure::kValueExceedsLimits);
 }
 
-sceReturnCode Encoder::DESFireLimitedCredit(std::int32_t FileNo, std::int32_t Amount) {
+sceReturnCode Values::LimitedCredit(std::int32_t FileNo, std::int32_t Amount) {
   // More than the last debits allow to credit back.
-  return DESFireChangeValue(cmd::DesfireLimitedCredit, "DESFireLimitedCredit", FileNo, Amount,
-                            desfire::fail::CreditExceedsLimit);
+  return ChangeValue(Command::kDesfireLimitedCredit, "DESFireLimitedCredit", FileNo, Amount,
+                     failure::kCreditExceedsLimit);
 }
 
-// Commit and abort: 910C means the backup files hold no change to close.
-sceReturnCode Encoder::DESFireEndTransaction(std::int32_t Command, const std::string& Operation) {
-  return DESFireOperation(Operation, [&]() -> sceReturnCode {
-    if (!DESFireIsAuthenticated()) {
-      return desfire::Record(LastError(), desfire::fail::NotAuthenticated, Operation);
-    }
-    std::string response;
-    std::string statusWord;
-    bool autoContinue = true;
-    const sceReturnCode sent = EncoderCommand(Command, {}, response, statusWord, autoContinue);
-    const std::string status = desfire::Upper(statusWord);
-    if (sent == sceSuccess && status == desfire::kSwOk) return sceSuccess;
-    const auto& failure =
-        status == desfire::kSwNoChanges ? desfire::fail::NoChanges : desfire::fail::OperationFailed;
-    return desfire::Record(LastError(), failure, Operation, std::nullopt, statusWord);
+sceReturnCode Values::EndTransaction(Command command, const char* name) {
+  return card_.Run(name, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, name);
+    const Reply reply = card_.Send(command);
+    if (Card::Answered(reply)) return Succeeded();
+    const Failure& failed =
+        reply.statusWord == sw::kNoChanges ? failure::kNoChanges : failure::kOperationFailed;
+    card_.reporting().record.Fail(failed, name, std::nullopt, reply.statusWord.Hex());
+    return Refused();
   });
 }
 
-sceReturnCode Encoder::DESFireCommitTransaction() {
-  return DESFireEndTransaction(cmd::DesfireCommitTransaction, "DESFireCommitTransaction");
+sceReturnCode Values::CommitTransaction() {
+  return EndTransaction(Command::kDesfireCommitTransaction, "DESFireCommitTransaction");
 }
 
-sceReturnCode Encoder::DESFireAbortTransaction() {
-  return DESFireEndTransaction(cmd::DesfireAbortTransaction, "DESFireAbortTransaction");
+sceReturnCode Values::AbortTransaction() {
+  return EndTransaction(Command::kDesfireAbortTransaction, "DESFireAbortTransaction");
 }
 
-}  // namespace lumivex
+}  // namespace lumivex::desfire

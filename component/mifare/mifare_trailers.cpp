@@ -1,19 +1,15 @@
-// MIFARE Classic value blocks, sector trailers and the host's access conditions.
+// Value blocks, sector trailers and the host's access conditions.
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 
-#include "component/encoder.h"
-#include "component/error_codes.h"
 #include "component/hex.h"
 #include "component/mifare/access_bits.h"
-#include "component/mifare/operation_frame.h"
+#include "component/mifare/mifare_classic.h"
 
 namespace lumivex {
-
-using mifare::Outcome;
 
 namespace {
 
@@ -25,37 +21,33 @@ std::uint8_t HexByteAt(const std::string& text, std::size_t position) {
 
 }  // namespace
 
-sceReturnCode Encoder::MifareWriteValueBloc(std::int32_t BlocNumber, const std::string& Key,
+sceReturnCode MifareClassic::WriteValueBloc(std::int32_t BlocNumber, const std::string& Key,
                                             std::uint8_t KeyType, std::int32_t Value) {
-  static constexpr const char* kName = "MifareWriteValueBloc";
-  return MifareOperation(kName, [&] {
+  Operation operation(reporting_, {.name = "MifareWriteValueBloc"});
+  return operation.Run([&] {
     // Remembered whether or not the write succeeds: the trailer conversion asks for it.
     valueBlocs_.push_back(BlocNumber);
     std::string block = mifare::ValueBlocText(Value);
-    if (MifareWriteDataBloc(BlocNumber, Key, KeyType, block) == sceError) {
-      return Outcome::kFailed;
-    }
-    return Outcome::kSuccess;
+    return WriteDataBloc(BlocNumber, Key, KeyType, block) == sceError ? Failed() : Succeeded();
   });
 }
 
-sceReturnCode Encoder::MifareReadSectorTrailer(
+sceReturnCode MifareClassic::ReadSectorTrailer(
     std::int32_t SectorNumber, const std::string& Key, std::uint8_t KeyType, std::uint8_t& KeysUsed,
     SCBS_SecurityLevelEnum& Security0, SCBS_SecurityLevelEnum& Security1,
     SCBS_SecurityLevelEnum& Security2, SCSS_SecurityLevelEnum& Conditions, std::uint8_t& BX) {
-  static constexpr const char* kName = "MifareReadSectorTrailer";
-  return MifareOperation(kName, [&] {
+  Operation operation(reporting_, {.name = "MifareReadSectorTrailer"});
+  return operation.Run([&] {
     std::string block;  // key B shows in it when the access bits let it be read
-    const mifare::WipedOnExit wipeBlock(block);
-    if (MifareReadDataBloc(mifare::SectorTrailerBloc(SectorNumber), Key, KeyType, block) ==
-        sceError) {
-      return Outcome::kFailed;
+    const WipeOnExit wipeBlock(block);
+    if (ReadDataBloc(mifare::SectorTrailerBloc(SectorNumber), Key, KeyType, block) == sceError) {
+      return Failed();
     }
     std::string digits = block;
-    const mifare::WipedOnExit wipeDigits(digits);
+    const WipeOnExit wipeDigits(digits);
     if (!IsHexString(digits, 32)) {
-      MifareErrorIfNone(err::kReadError, "Read error on encoder");
-      return Outcome::kFailed;
+      reporting_.record.FailIfNone(failure::kReadError);
+      return Failed();
     }
     // Bytes 7 and 8 hold C1, C2 and C3 plainly; byte 6 (inverted copies) is not read.
     const std::uint8_t byte7 = HexByteAt(digits, 14);
@@ -67,11 +59,11 @@ sceReturnCode Encoder::MifareReadSectorTrailer(
     KeysUsed = mifare::TrailerKeysUsedOfPattern(trailer);
     Conditions = mifare::TrailerLevelOfPattern(trailer);
     BX = HexByteAt(digits, 18);
-    return Outcome::kSuccess;
+    return Succeeded();
   });
 }
 
-sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
+sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
                                                 std::uint8_t KeyType, const std::string& KeyA,
                                                 const std::string& KeyB, std::uint8_t KeysToUse,
                                                 SCBS_SecurityLevelEnum Security0,
@@ -80,34 +72,33 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
                                                 SCSS_SecurityLevelEnum Conditions,
                                                 const std::optional<Variant>& BX) {
   static constexpr const char* kName = "MifareWriteSectorTrailer";
-  return MifareOperation(kName, [&] {
-    const auto refuse = [&](std::int32_t number, const char* description) {
-      SetLastError({number, description, 0, kName, "", ""});
-      return Outcome::kRecorded;
+  Operation operation(reporting_, {.name = kName});
+  return operation.Run([&] {
+    const auto refuse = [&](const Failure& failure) {
+      reporting_.record.Set({failure.number, failure.description, 0, kName, "", ""});
+      return Refused();
     };
     std::string keyA = KeyA;
     std::string keyB = KeyB;
-    const mifare::WipedOnExit wipeKeyA(keyA);
-    const mifare::WipedOnExit wipeKeyB(keyB);
+    const WipeOnExit wipeKeyA(keyA);
+    const WipeOnExit wipeKeyB(keyB);
     if (!IsHexString(keyA, kKeyDigits) || !IsHexString(keyB, kKeyDigits)) {
-      return refuse(err::kKeyNot12Hex, "A key must contain 12 hex digits");
+      return refuse(failure::kKeyNot12Hex);
     }
     const std::array<std::int32_t, 4> levels{Security0, Security1, Security2, Conditions};
     if (std::any_of(levels.begin(), levels.end(),
                     [](std::int32_t level) { return level < -1 || level > 15; })) {
-      return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
+      return refuse(failure::kInvalidSecurity);
     }
     std::optional<std::uint8_t> bx;
     if (BX.has_value()) {
       bx = BX->ToByte();
-      if (!bx.has_value()) return refuse(err::kIncorrectBX, "Incorrect value for BX");
+      if (!bx.has_value()) return refuse(failure::kIncorrectBX);
     }
     const std::int32_t trailerBloc = mifare::SectorTrailerBloc(SectorNumber);
-    std::string key = NormaliseMifareKey(Key);
-    const mifare::WipedOnExit wipeKey(key);
     // The new keys travel as block data, which the trace does not mask by itself.
-    RememberSecret(keyA);
-    RememberSecret(keyB);
+    reporting_.trace.RememberSecret(keyA);
+    reporting_.trace.RememberSecret(keyB);
 
     std::uint8_t currentKeysUsed = 0;
     auto current0 = scbs_A_Nothing;
@@ -115,20 +106,20 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
     auto current2 = scbs_A_Nothing;
     auto currentConditions = scss_A_Nothing;
     std::uint8_t currentBx = 0;
-    if (MifareReadSectorTrailer(SectorNumber, key, KeyType, currentKeysUsed, current0, current1,
-                                current2, currentConditions, currentBx) == sceError) {
-      return Outcome::kFailed;
+    if (ReadSectorTrailer(SectorNumber, Key, KeyType, currentKeysUsed, current0, current1, current2,
+                          currentConditions, currentBx) == sceError) {
+      return Failed();
     }
     const auto keep = [](std::int32_t given, std::int32_t current) {
       return given == -1 ? current : given;
     };
-    // Every bit of the three access bytes is placed below (four blocks, each with its own
-    // bits in every byte), so nothing of the bytes as read survives the conversion.
-    mifare::AccessBytes access{};
-    const std::int32_t firstBloc = trailerBloc - 3;
     const auto isValueBloc = [&](std::int32_t bloc) {
       return std::find(valueBlocs_.begin(), valueBlocs_.end(), bloc) != valueBlocs_.end();
     };
+    // Every bit of the three access bytes is placed below (four blocks, each with its own bits in
+    // every byte), so nothing of the bytes as read survives the conversion.
+    mifare::AccessBytes access{};
+    const std::int32_t firstBloc = trailerBloc - 3;
     const std::array<int, 4> statuses{
         mifare::DataBlockLevelToBits(keep(Security0, current0), KeysToUse, mifare::kBlock0Mask,
                                      access, isValueBloc(firstBloc), accessConditions_),
@@ -140,21 +131,18 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
                                    mifare::kTrailerMask, access)};
     if (std::any_of(statuses.begin(), statuses.end(),
                     [](int status) { return status != mifare::kConverted; })) {
-      return refuse(err::kInvalidSecurity, "Invalid security information in parameters");
+      return refuse(failure::kInvalidSecurity);
     }
     std::string block = keyA;
-    const mifare::WipedOnExit wipeBlock(block);
+    const WipeOnExit wipeBlock(block);
     for (const std::uint8_t byte : access) block += mifare::HexByte(byte);
     block += mifare::HexByte(bx.value_or(currentBx));
     block += keyB;
-    if (MifareWriteDataBloc(trailerBloc, key, KeyType, block) == sceError) {
-      return Outcome::kFailed;
-    }
-    return Outcome::kSuccess;
+    return WriteDataBloc(trailerBloc, Key, KeyType, block) == sceError ? Failed() : Succeeded();
   });
 }
 
-void Encoder::MifareSetAccessCondition(std::int32_t AccessConditionNumber,
+void MifareClassic::SetAccessCondition(std::int32_t AccessConditionNumber,
                                        const std::string& NewValue) {
   // Deliberately silent: a number outside 1..9 or a text other than three bits changes nothing.
   try {
