@@ -8,14 +8,14 @@ using C = Command;
 
 consteval CommandSpec Spec(Command code, const char* traceName, const char* commandName,
                            std::string_view pattern) {
-  return {code, traceName, commandName, Pattern(pattern)};
+  return {traceName, commandName, Pattern(pattern), code};
 }
 
 // clang-format off
 constexpr CommandSpec kCommands[] = {
     // The host's raw requests, cleaned to their digits and letters.
-    {C::kEscape, "ec_Escape", "Escape", Pattern("[REQUEST]"), true, true},
-    {C::kEscapeExt, "ec_EscapeExt", "EscapeExt", Pattern("[REQUEST]"), true, true},
+    {"ec_Escape", "Escape", Pattern("[REQUEST]"), C::kEscape, true, true},
+    {"ec_EscapeExt", "EscapeExt", Pattern("[REQUEST]"), C::kEscapeExt, true, true},
     // The reader's own commands.
     Spec(C::kGetUid, "GetUID", "GetUID", "FF CA 00 00 00"),
     Spec(C::kContinueResponse, "ContinueResponse", "MoreResponse", "90 AF 00 00 00"),
@@ -31,8 +31,9 @@ constexpr CommandSpec kCommands[] = {
     // DESFire native commands wrapped in ISO 7816-4 frames.
     Spec(C::kDesfireSelectApplication, "DesfireSelectApplication", "DESFireSelectApplication",
          "90 5A 00 00 03 [APPID] 00"),
-    {C::kDesfireAuthenticate1, "DesfireAuthenticate1", "DESFireAuthenticate",
-     Pattern("[KEY_NUMBER_PCD:1] [KEY_NUMBER_PICC:1] [APP_ID] [KEY_1!] [KEY_2!] [KEY_3!]"), false},
+    {"DesfireAuthenticate1", "DESFireAuthenticate",
+     Pattern("[KEY_NUMBER_PCD:1] [KEY_NUMBER_PICC:1] [APP_ID] [KEY_1!] [KEY_2!] [KEY_3!]"),
+     C::kDesfireAuthenticate1, false},
     Spec(C::kDesfireAuthenticate2, "DesfireAuthenticate2", "DESFireAuthenticate",
          "90 0A 00 00 01 [KEY_NUMBER:1] 00"),
     Spec(C::kDesfireAuthenticate3, "DesfireAuthenticate3", "DesfireAuthenticate",

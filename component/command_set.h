@@ -77,10 +77,10 @@ struct FramePattern {
 };
 
 struct CommandSpec {
-  Command code;
   const char* traceName;    // "--> EncoderCommand(<traceName>)"
   const char* commandName;  // "SCardTransmit:<commandName>" in the error record
   FramePattern pattern;
+  Command code;
   // false: the frame is filled (its key material remembered for the trace) but not sent; the
   // reader-driven authentication is such a hook, for readers that authenticate by themselves.
   bool sent = true;

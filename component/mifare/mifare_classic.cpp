@@ -139,8 +139,10 @@ sceReturnCode MifareClassic::WriteBytesInBloc(std::int32_t BlocNumber, const std
     // The caller's bytes, zero-filled or cut to the range.
     const std::size_t digits = 2U * (static_cast<std::size_t>(ToByte - FromByte) + 1U);
     BlocContents = (BlocContents + std::string(kBlocDigits, '0')).substr(0, digits);
-    std::string updated = current.substr(0, 2U * FromByte) + BlocContents;
-    if (ToByte < 15) updated += current.substr(2U * ToByte + 2U);
+    const std::size_t from = FromByte;
+    const std::size_t to = ToByte;
+    std::string updated = current.substr(0, 2 * from) + BlocContents;
+    if (to < 15) updated += current.substr(2 * to + 2);
     if (WriteDataBloc(BlocNumber, Key, KeyType, updated) == sceError) {
       reporting_.record.FailIfNone(failure::kWriteError);
       BlocContents = current;
