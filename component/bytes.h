@@ -15,11 +15,11 @@ using Bytes = std::vector<std::uint8_t>;
 using ByteView = std::span<const std::uint8_t>;
 
 // Key material (keys, random challenges, session keys, cryptograms): wiped when it goes away.
-// Room is reserved up front so that growing it leaves no copy behind in freed memory.
+// Room is reserved on the first byte so that growing it leaves no copy behind in freed memory.
 class SecretBytes {
  public:
-  SecretBytes() { bytes_.reserve(kReserve); }
-  explicit SecretBytes(ByteView bytes) : SecretBytes() { Append(bytes); }
+  SecretBytes() = default;
+  explicit SecretBytes(ByteView bytes) { Append(bytes); }
   ~SecretBytes();
   SecretBytes(const SecretBytes& other) : SecretBytes(other.view()) {}
   SecretBytes& operator=(const SecretBytes& other);
@@ -27,7 +27,7 @@ class SecretBytes {
   SecretBytes(SecretBytes&&) noexcept = default;
   SecretBytes& operator=(SecretBytes&& other) noexcept;
 
-  void Append(ByteView bytes) { bytes_.insert(bytes_.end(), bytes.begin(), bytes.end()); }
+  void Append(ByteView bytes);
   void Assign(ByteView bytes);
   void Wipe();
 

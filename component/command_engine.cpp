@@ -47,7 +47,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
                          std::string_view continuing) {
   TraceLog& trace = reporting_.trace;
   const CommandSpec* spec = &SpecOf(command);
-  std::string commandName = spec->commandName;
+  std::string_view commandName = spec->commandName;
   Reply reply;
   PcscLong status = 0;
   try {
@@ -71,8 +71,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
         const PcscIoRequest sendPci{static_cast<PcscDword>(session_.settings().protocol),
                                     kSendPciLength};
         PcscDword receiveLength = kReceiveBufferSize;
-        commandName = spec->code == Command::kDesfireSendNextData ? std::string(continuing)
-                                                                  : spec->commandName;
+        commandName = spec->code == Command::kDesfireSendNextData ? continuing : spec->commandName;
         const Frame frame = BuildFrame(*spec, values, trace, trace.enabled());
         if (spec->code == Command::kContinueResponse) {
           gathered.insert(gathered.end(), reply.data.begin(), reply.data.end());
@@ -93,13 +92,13 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
                                 static_cast<PcscDword>(frame.bytes.size()), nullptr, buffer.data(),
                                 &receiveLength);
         ++frames;
-        trace.Line("Function returned: ", SCardErrorText(ScardNumber(status)));
+        if (trace.enabled()) trace.Line("Function returned: ", SCardErrorText(ScardNumber(status)));
         if (status != 0) {
           trace.Line("Call failed");
           reporting_.record.Set({.Number = failure::kCommandFailed.number,
                                  .Description = failure::kCommandFailed.description,
                                  .ComFunction = "EncoderCommand",
-                                 .RdrCommand = "SCardTransmit:" + commandName,
+                                 .RdrCommand = "SCardTransmit:" + std::string(commandName),
                                  .RdrRetCode = SCardErrorText(ScardNumber(status))});
           reply.data.clear();
           break;
@@ -107,7 +106,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
         const std::size_t length = std::min<std::size_t>(receiveLength, kReceiveBufferSize);
         const ByteView answer(buffer.data(), length);
         trace.Line("Received length ... ", length);
-        trace.Line("Received data ..... ", ByteArrayToHex(answer));
+        if (trace.enabled()) trace.Line("Received data ..... ", ByteArrayToHex(answer));
         if (length == 0) {
           // Deliberately an empty answer counts as success.
           trace.Line("No status code!");
@@ -144,7 +143,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
         reporting_.record.Set({.Number = failure::kCommandFailed.number,
                                .Description = failure::kCommandFailed.description,
                                .ComFunction = "EncoderCommand",
-                               .RdrCommand = "SCardTransmit:" + commandName,
+                               .RdrCommand = "SCardTransmit:" + std::string(commandName),
                                .RdrRetCode = reply.statusWord.Hex()});
         reply.data.clear();
         break;
@@ -156,7 +155,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
     reporting_.record.Set({.Number = error.number(),
                            .Description = error.what(),
                            .ComFunction = "EncoderCommand",
-                           .RdrCommand = "SCardTransmit:" + commandName,
+                           .RdrCommand = "SCardTransmit:" + std::string(commandName),
                            .RdrRetCode = SCardErrorText(ScardNumber(status))});
     reply.data.clear();
     reply.result = sceError;
@@ -165,7 +164,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
     reporting_.record.Set({.Number = failure::kCommandFailed.number,
                            .Description = failure::kCommandFailed.description,
                            .ComFunction = "EncoderCommand",
-                           .RdrCommand = "SCardTransmit:" + commandName});
+                           .RdrCommand = "SCardTransmit:" + std::string(commandName)});
     reply.data.clear();
     reply.result = sceError;
   }

@@ -47,11 +47,31 @@ void AppendShown(std::string& shown, std::uint8_t byte) {
   shown += kDigits[byte & 0x0F];
 }
 
+// The frame's size in bytes, so that it is allocated once.
+std::size_t FrameSize(const FramePattern& pattern, std::span<const FrameArg> args) {
+  std::size_t size = 0;
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < pattern.count; ++i) {
+    const FramePiece& piece = pattern.pieces.at(i);
+    if (piece.kind == FramePiece::Kind::kFixed) {
+      ++size;
+    } else if (piece.kind == FramePiece::Kind::kNumber) {
+      size += piece.value;
+      ++next;
+    } else if (next < args.size()) {
+      const FrameArg& arg = args[next++];
+      size += arg.isText ? arg.text.size() / 2 + 1 : arg.bytes.size();
+    }
+  }
+  return size;
+}
+
 }  // namespace
 
 Frame BuildFrame(const CommandSpec& spec, std::span<const FrameArg> args, TraceLog& trace,
                  bool shown) {
   Frame frame;
+  frame.bytes.reserve(FrameSize(spec.pattern, args));
   NibbleWriter out(frame.bytes);
   std::size_t next = 0;
   static const FrameArg kNone{ByteView{}};
