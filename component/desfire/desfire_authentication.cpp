@@ -5,6 +5,7 @@
 // sending RndA turned by one byte.
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <stdexcept>
 
 #include "component/desfire/desfire_card.h"
@@ -19,6 +20,37 @@ namespace {
 
 constexpr const char* kSelectApplication = "DESFireSelectApplication";
 constexpr std::size_t kHalf = 8;  // bytes of a DES key, of a random number, of a cipher block
+
+// The key as the host wrote it (normalised), its kind and its two halves: a key of 32 digits is
+// two-key triple DES, one of 1 to 16 digits single DES and both halves.
+struct KeyRecord {
+  explicit KeyRecord(const std::string& value) : text(value) {}
+  ~KeyRecord() {
+    crypto::SecureWipe(text);
+    crypto::SecureWipe(first);
+    crypto::SecureWipe(second);
+  }
+  KeyRecord(const KeyRecord&) = delete;
+  KeyRecord& operator=(const KeyRecord&) = delete;
+
+  // Normalises the text; the failure that refuses it, if any.
+  const Failure* Check() {
+    if (!IsHexString(text)) return &failure::kInvalidKey;
+    if (text.size() != 32 && (text.empty() || text.size() > 16)) return &failure::kBadKeyLength;
+    triple = text.size() == 32;
+    first = triple ? text.substr(0, 16) : text;
+    second = triple ? text.substr(16) : text;
+    return nullptr;
+  }
+  [[nodiscard]] crypto::DesAlgorithm algorithm() const {
+    return triple ? crypto::DesAlgorithm::kTriple : crypto::DesAlgorithm::kSingle;
+  }
+
+  std::string text;
+  bool triple = false;
+  std::string first;
+  std::string second;
+};
 
 // A key half of 1 to 16 hexadecimal digits as a DES key: an odd count reads with a "0" in front,
 // a short key is completed with zero bytes.
@@ -35,8 +67,9 @@ std::array<std::uint8_t, kHalf> KeyHalf(std::string_view digits) {
 // A random number turned left by one byte.
 SecretBytes Rotated(const SecretBytes& bytes) {
   SecretBytes rotated(bytes.view());
-  if (!rotated.empty())
+  if (!rotated.empty()) {
     std::rotate(rotated.span().begin(), rotated.span().begin() + 1, rotated.span().end());
+  }
   return rotated;
 }
 
@@ -45,6 +78,17 @@ ByteView Quarter(const SecretBytes& bytes, std::size_t from) {
   const ByteView view = bytes.view();
   return from >= view.size() ? ByteView()
                              : view.subspan(from, std::min<std::size_t>(4, view.size() - from));
+}
+
+// Triple DES: the first halves of RndA and RndB, then their second halves; single DES repeats
+// the first halves.
+SecretBytes SessionKey(const SecretBytes& rndA, const SecretBytes& rndB, bool triple) {
+  const std::size_t secondHalf = triple ? 4 : 0;
+  SecretBytes session(Quarter(rndA, 0));
+  session.Append(Quarter(rndB, 0));
+  session.Append(Quarter(rndA, secondHalf));
+  session.Append(Quarter(rndB, secondHalf));
+  return session;
 }
 
 }  // namespace
@@ -60,38 +104,36 @@ sceReturnCode Card::SelectRoot(const std::string& KeyValue) {
   });
 }
 
+std::optional<Outcome> Card::PassFailed(const Reply& reply, StatusWord expected,
+                                        const Failure& failure, const char* command) {
+  // Nothing came back (encoder closed, no card, a failed transmit): the engine recorded why.
+  if (reply.result != sceSuccess && reply.statusWord.NothingReceived()) return Failed();
+  if (reply.statusWord == expected) return std::nullopt;
+  reporting_.record.Fail(failure, kSelectApplication, command, reply.statusWord.Hex());
+  return Refused();
+}
+
 sceReturnCode Card::SelectApplication(const std::string& ApplicationId, std::int32_t KeyNumber,
                                       const std::string& KeyValue) {
   return Run(kSelectApplication, [&]() -> Outcome {
-    const std::string_view op = kSelectApplication;
     std::string appId = ApplicationId;
-    if (!IsHexString(appId, 6)) return Refuse(failure::kIncorrectAppId, op);
-    if (KeyNumber < 0 || KeyNumber > 13) return Refuse(failure::kBadKeyNumber, op);
-    std::string key = KeyValue;
-    const WipeOnExit wipeKey(key);
-    if (!IsHexString(key)) return Refuse(failure::kInvalidKey, op);
-    if (key.size() != 32 && (key.empty() || key.size() > 16)) {
-      return Refuse(failure::kBadKeyLength, op);
+    if (!IsHexString(appId, 6)) return Refuse(failure::kIncorrectAppId, kSelectApplication);
+    if (KeyNumber < 0 || KeyNumber > 13) {
+      return Refuse(failure::kBadKeyNumber, kSelectApplication);
     }
+    KeyRecord key(KeyValue);
+    if (const Failure* refused = key.Check()) return Refuse(*refused, kSelectApplication);
     TraceLog& trace = reporting_.trace;
-    trace.RememberSecret(key);
-
-    // The key record: its kind and its two halves (a single-DES key is both halves).
-    const bool triple = key.size() == 32;
-    const auto algorithm = triple ? crypto::DesAlgorithm::kTriple : crypto::DesAlgorithm::kSingle;
-    std::string first = triple ? key.substr(0, 16) : key;
-    std::string second = triple ? key.substr(16) : key;
-    const WipeOnExit wipeFirst(first);
-    const WipeOnExit wipeSecond(second);
+    trace.RememberSecret(key.text);
     const Bytes application = HexToBytes(appId);
 
     // A reader that authenticates by itself would be given a frame for this command (reader and
     // card key numbers, application, the three DES keys); ours has none, so nothing is sent.
     Reply reply = engine_.Run(Command::kDesfireAuthenticate1,
-                              {KeyNumber, KeyNumber, application, FrameArg::Text(first),
-                               FrameArg::Text(second), FrameArg::Text(first)});
+                              {KeyNumber, KeyNumber, application, FrameArg::Text(key.first),
+                               FrameArg::Text(key.second), FrameArg::Text(key.first)});
     if (reply.result != sceSuccess) {
-      reporting_.record.Set({.ComFunction = std::string(op),
+      reporting_.record.Set({.ComFunction = kSelectApplication,
                              .RdrCommand = "DesfireAuthenticate1",
                              .RdrRetCode = reply.statusWord.Hex()});
       return Refused();
@@ -100,28 +142,17 @@ sceReturnCode Card::SelectApplication(const std::string& ApplicationId, std::int
       return Failed();
     }
 
-    // First pass: the card answers RndB, enciphered, and waits for ours. When nothing came back
-    // (encoder closed, no card, a failed transmit) the engine has recorded why.
+    // First pass: the card answers RndB, enciphered, and waits for ours.
     reply = engine_.Run(Command::kDesfireAuthenticate2, {KeyNumber});
-    if (reply.result != sceSuccess && reply.statusWord.NothingReceived()) return Failed();
-    if (reply.statusWord != sw::kMoreFrames) {
-      reporting_.record.Fail(failure::kCannotConnectPicc, op, "DesfireAuthenticate2",
-                             reply.statusWord.Hex());
-      return Refused();
+    if (const auto failed = PassFailed(reply, sw::kMoreFrames, failure::kCannotConnectPicc,
+                                       "DesfireAuthenticate2")) {
+      return *failed;
     }
-
-    std::array<std::uint8_t, kHalf> k1 = KeyHalf(first);
-    std::array<std::uint8_t, kHalf> k2 = KeyHalf(second);
-    cipher_.SetInitVector(std::array<std::uint8_t, kHalf>{});
-    cipher_.SetKey(1, k1);
-    cipher_.SetKey(2, k2);
-    cipher_.SetKey(3, k1);
-    crypto::SecureWipe(k1.data(), k1.size());
-    crypto::SecureWipe(k2.data(), k2.size());
-    const std::int32_t receive = crypto::DesModeWord(algorithm, crypto::DesChaining::kCbc);
-    const std::int32_t send = crypto::DesModeWord(algorithm, crypto::DesChaining::kLegacyChain);
-
-    SecretBytes rndB(cipher_.Decrypt(reply.data, receive));
+    LoadKey(KeyHalf(key.first), KeyHalf(key.second));
+    const std::int32_t receive = crypto::DesModeWord(key.algorithm(), crypto::DesChaining::kCbc);
+    const std::int32_t send =
+        crypto::DesModeWord(key.algorithm(), crypto::DesChaining::kLegacyChain);
+    const SecretBytes rndB(cipher_.Decrypt(reply.data, receive));
     // RndA comes from the system's cryptographic generator: a predictable challenge would let an
     // eavesdropper replay or derive the session key.
     std::array<std::uint8_t, kHalf> random{};
@@ -129,38 +160,39 @@ sceReturnCode Card::SelectApplication(const std::string& ApplicationId, std::int
     const SecretBytes rndA(random);
     crypto::SecureWipe(random.data(), random.size());
 
-    // Second pass: RndA and RndB' deciphered in the sending chaining.
+    // Second pass: RndA and RndB' deciphered in the sending chaining, which the card's encipher
+    // undoes; the card answers RndA' enciphered.
     SecretBytes plainToken(rndA.view());
     plainToken.Append(Rotated(rndB).view());
     const SecretBytes token(cipher_.Decrypt(plainToken.view(), send));
     trace.RememberSecret(token.view());
     reply = engine_.Run(Command::kDesfireAuthenticate3, {token});
-    if (reply.result != sceSuccess && reply.statusWord.NothingReceived()) return Failed();
-    if (reply.statusWord != sw::kDesfireOk) {
-      reporting_.record.Fail(failure::kAuthenticationFailure, op, "DesfireAuthenticate3",
-                             reply.statusWord.Hex());
-      return Refused();
+    if (const auto failed = PassFailed(reply, sw::kDesfireOk, failure::kAuthenticationFailure,
+                                       "DesfireAuthenticate3")) {
+      return *failed;
     }
-    const SecretBytes rndAFromCard(cipher_.Decrypt(reply.data, receive));
-    if (!(rndAFromCard == Rotated(rndA))) {
-      reporting_.record.Fail(failure::kAuthenticationFailure, op, "DesfireAuthenticate4",
-                             "RndA failed");
+    if (!(SecretBytes(cipher_.Decrypt(reply.data, receive)) == Rotated(rndA))) {
+      reporting_.record.Fail(failure::kAuthenticationFailure, kSelectApplication,
+                             "DesfireAuthenticate4", "RndA failed");
       return Refused();
     }
 
-    // Triple DES: the first halves of RndA and RndB, then their second halves; single DES
-    // repeats the first halves.
-    const std::size_t secondHalf = triple ? 4 : 0;
-    SecretBytes session(Quarter(rndA, 0));
-    session.Append(Quarter(rndB, 0));
-    session.Append(Quarter(rndA, secondHalf));
-    session.Append(Quarter(rndB, secondHalf));
+    SecretBytes session = SessionKey(rndA, rndB, key.triple);
     trace.RememberSecret(session.view());
     sessionKey_ = std::move(session);
     applicationId_ = appId;
     keyNumber_ = KeyNumber;
     return Succeeded();
   });
+}
+
+void Card::LoadKey(std::array<std::uint8_t, 8> first, std::array<std::uint8_t, 8> second) {
+  cipher_.SetInitVector(std::array<std::uint8_t, kHalf>{});
+  cipher_.SetKey(1, first);
+  cipher_.SetKey(2, second);
+  cipher_.SetKey(3, first);
+  crypto::SecureWipe(first.data(), first.size());
+  crypto::SecureWipe(second.data(), second.size());
 }
 
 }  // namespace lumivex::desfire

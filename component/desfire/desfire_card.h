@@ -4,8 +4,10 @@
 // files, transfers, values) work through it: its frame, its exchanges and its cryptograms.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -78,6 +80,14 @@ class Card {
   [[nodiscard]] CommandEngine& engine() { return engine_; }
 
  private:
+  // A pass of the authentication answered with another status word than expected fails with the
+  // pass's failure; nothing is recorded when nothing came back (the engine did). Nothing: go on.
+  std::optional<Outcome> PassFailed(const Reply& reply, StatusWord expected, const Failure& failure,
+                                    const char* command);
+  // K1, K2 and K1 again as the cipher's three keys (two-key triple DES, or single DES when the
+  // halves are equal), with the all-zero IV the card's protocol prescribes.
+  void LoadKey(std::array<std::uint8_t, 8> first, std::array<std::uint8_t, 8> second);
+
   Reporting& reporting_;
   CommandEngine& engine_;
   Host& host_;
