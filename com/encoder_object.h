@@ -10,21 +10,16 @@
 #include "com/error_record_object.h"
 #include "com/typed_call.h"
 #include "component/encoder.h"
+#include "component/surface/member_info.h"
 
 namespace lumivex::com {
 
-class EncoderObject final : public DualObject<::_Encoder> {
+class EncoderObject final : public DualObject<::_Encoder, surface::MemberInfo> {
  public:
   EncoderObject();
   ~EncoderObject() override;
   EncoderObject(const EncoderObject&) = delete;
   EncoderObject& operator=(const EncoderObject&) = delete;
-
-  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID lcid,
-                                          DISPID* ids) override;
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID riid, LCID lcid, WORD flags,
-                                   DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
-                                   UINT* argErr) override;
 
   HRESULT STDMETHODCALLTYPE get_Parameters(BSTR* Value) override;
   HRESULT STDMETHODCALLTYPE put_Parameters(BSTR Value) override;
@@ -180,10 +175,13 @@ class EncoderObject final : public DualObject<::_Encoder> {
   HRESULT STDMETHODCALLTYPE DESFireAbortTransaction(::sceReturnCode* Result) override;
 
  private:
+  HRESULT InvokeMember(const surface::MemberInfo& member, const InvokeRequest& request) override;
   // The record object, created on first use and the same object ever after.
   ErrorRecordObject& LastErrorObject();
   HRESULT GetText(const char* property, BSTR* value);
-  HRESULT GetNumber(const char* property, LONG* value);
+  // A number property, given as the type of the vtable getter (LONG or an enumeration).
+  template <typename Number>
+  HRESULT GetNumber(const char* property, Number* value);
   template <typename Result, typename... Args>
   HRESULT Run(const char* member, Result result, Args... args) {
     const KeepAlive alive(static_cast<::_Encoder*>(this));

@@ -4,7 +4,6 @@
 
 #include "com/bstr_text.h"
 #include "com/dispatch_call.h"
-#include "com/names.h"
 #include "component/surface/member_info.h"
 
 namespace lumivex::com {
@@ -20,10 +19,11 @@ const surface::RecordPropertyInfo* Find(const char* name) {
 
 }  // namespace
 
-ErrorRecordObject::ErrorRecordObject() : DualObject(__uuidof(::CError)) {}
+ErrorRecordObject::ErrorRecordObject()
+    : DualObject(__uuidof(::CError), surface::RecordProperties()) {}
 
 ErrorRecordObject::ErrorRecordObject(CError& shown)
-    : DualObject(__uuidof(::CError)), shown_(&shown) {}
+    : DualObject(__uuidof(::CError), surface::RecordProperties()), shown_(&shown) {}
 
 void ErrorRecordObject::Detach() {
   if (shown_ == nullptr) return;
@@ -31,33 +31,9 @@ void ErrorRecordObject::Detach() {
   shown_ = nullptr;
 }
 
-HRESULT STDMETHODCALLTYPE ErrorRecordObject::GetIDsOfNames(REFIID /*riid*/, LPOLESTR* names,
-                                                           UINT count, LCID /*lcid*/, DISPID* ids) {
-  try {
-    return LookupNames(
-        names, count, ids,
-        [](const std::string& name) -> DISPID {
-          for (const auto& p : surface::RecordProperties()) {
-            if (SameName(name, p.name)) return p.dispid;
-          }
-          return DISPID_UNKNOWN;
-        },
-        [](DISPID, const std::string&) -> DISPID { return DISPID_UNKNOWN; });
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-}
-
-HRESULT STDMETHODCALLTYPE ErrorRecordObject::Invoke(DISPID member, REFIID /*riid*/, LCID lcid,
-                                                    WORD flags, DISPPARAMS* params, VARIANT* result,
-                                                    EXCEPINFO* /*exception*/, UINT* argErr) {
-  const auto& properties = surface::RecordProperties();
-  if (member < 1 || static_cast<std::size_t>(member) > properties.size()) {
-    return DISP_E_MEMBERNOTFOUND;
-  }
-  if (params == nullptr) return E_INVALIDARG;
-  return InvokeRecordProperty(Record(), properties[static_cast<std::size_t>(member) - 1],
-                              {flags, params, lcid, result, argErr});
+HRESULT ErrorRecordObject::InvokeMember(const surface::RecordPropertyInfo& property,
+                                        const InvokeRequest& request) {
+  return InvokeRecordProperty(Record(), property, request);
 }
 
 HRESULT ErrorRecordObject::Get(const char* name, LONG* value) {

@@ -6,22 +6,17 @@
 #include "Orbanet_Lumivex_BL.h"
 #include "com/dual_object.h"
 #include "component/cerror.h"
+#include "component/surface/member_info.h"
 #include "component/variant.h"
 
 namespace lumivex::com {
 
-class ErrorRecordObject final : public DualObject<::_CError> {
+class ErrorRecordObject final : public DualObject<::_CError, surface::RecordPropertyInfo> {
  public:
   ErrorRecordObject();                        // a record of its own
   explicit ErrorRecordObject(CError& shown);  // shows an Encoder's record
   // The Encoder that owns the shown record goes away: from now on the object keeps a copy.
   void Detach();
-
-  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID lcid,
-                                          DISPID* ids) override;
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID riid, LCID lcid, WORD flags,
-                                   DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
-                                   UINT* argErr) override;
 
   HRESULT STDMETHODCALLTYPE get_Number(LONG* Value) override;
   HRESULT STDMETHODCALLTYPE put_Number(LONG Value) override;
@@ -37,6 +32,8 @@ class ErrorRecordObject final : public DualObject<::_CError> {
   HRESULT STDMETHODCALLTYPE put_RdrRetCode(BSTR Value) override;
 
  private:
+  HRESULT InvokeMember(const surface::RecordPropertyInfo& property,
+                       const InvokeRequest& request) override;
   CError& Record() { return shown_ != nullptr ? *shown_ : own_; }
   HRESULT Get(const char* name, LONG* value);
   HRESULT Get(const char* name, BSTR* value);

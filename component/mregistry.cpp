@@ -104,23 +104,33 @@ void MRegistry::CloseRoot(RegKey handle, const std::string& computer) {
   if (!computer.empty()) api_.CloseKey(handle);
 }
 
-Variant MRegistry::ReadValue(RegKey root, const std::string& subKey, const std::string& valueName,
-                             const Variant& defaultValue, const std::string& computer) {
+template <typename Use>
+RegResult MRegistry::OnKey(RegKey root, const std::string& computer, const std::string& subKey,
+                           KeyOpening opening, RegDword access, Use use) {
   ClearError();
-  Variant result = defaultValue;
+  RegResult opened = reg::SUCCESS;
   {
     const RootConnection connection(*this, root, computer);
     if (connection.connected()) {
       OpenedKey key(api_);
-      const RegResult opened = key.Open(connection.handle(), subKey, reg::KEY_READ_ACCESS);
+      opened = opening == KeyOpening::CreatePath ? key.Create(connection.handle(), subKey, access)
+                                                 : key.Open(connection.handle(), subKey, access);
       if (opened != reg::SUCCESS) {
         SetError(opened, "Unable to open registry key");
       } else {
-        result = QueryValue(key.get(), valueName, defaultValue);
+        use(key.get());
       }
     }
   }
   FinishOperation();
+  return opened;
+}
+
+Variant MRegistry::ReadValue(RegKey root, const std::string& subKey, const std::string& valueName,
+                             const Variant& defaultValue, const std::string& computer) {
+  Variant result = defaultValue;
+  OnKey(root, computer, subKey, KeyOpening::Existing, reg::KEY_READ_ACCESS,
+        [&](RegKey key) { result = QueryValue(key, valueName, defaultValue); });
   return result;
 }
 
@@ -236,61 +246,38 @@ std::optional<MRegistry::EncodedValue> MRegistry::Encode(
 std::int32_t MRegistry::WriteValue(RegKey root, const std::string& subKey,
                                    const std::string& valueName, const Variant& value,
                                    const RegistryWriteOptions& options) {
-  ClearError();
-  std::int32_t result = 0;
-  {
-    const RootConnection connection(*this, root, options.computer);
-    if (connection.connected()) {
-      RegDword access = reg::KEY_WRITE_ACCESS;
-      if (options.view64.value_or(false)) access |= reg::WOW64_64KEY;
-      OpenedKey key(api_);
-      const RegResult opened = key.Create(connection.handle(), subKey, access);
-      if (opened != reg::SUCCESS) {
-        SetError(opened, "Unable to open registry key");
-        result = opened;
-      } else if (const auto encoded = Encode(value, options); !encoded) {
-        SetError(reg::UNSUPPORTED_TYPE, "Unable to save this type of data in the Registry");
-      } else {
-        const RegResult written =
-            api_.SetValue(key.get(), valueName, encoded->type, encoded->data.data(),
-                          static_cast<RegDword>(encoded->data.size()));
-        if (written != reg::SUCCESS) SetError(written, "Error while writing data in the Registry");
-      }
+  RegDword access = reg::KEY_WRITE_ACCESS;
+  if (options.view64.value_or(false)) access |= reg::WOW64_64KEY;
+  return OnKey(root, options.computer, subKey, KeyOpening::CreatePath, access, [&](RegKey key) {
+    const auto encoded = Encode(value, options);
+    if (!encoded) {
+      SetError(reg::UNSUPPORTED_TYPE, "Unable to save this type of data in the Registry");
+      return;
     }
-  }
-  FinishOperation();
-  return result;
+    const RegResult written = api_.SetValue(key, valueName, encoded->type, encoded->data.data(),
+                                            static_cast<RegDword>(encoded->data.size()));
+    if (written != reg::SUCCESS) SetError(written, "Error while writing data in the Registry");
+  });
 }
 
 std::int32_t MRegistry::GetValueNames(RegKey root, const std::string& subKey,
                                       std::vector<std::string>& names,
                                       const std::string& computer) {
-  ClearError();
   names.clear();
-  {
-    const RootConnection connection(*this, root, computer);
-    if (connection.connected()) {
-      OpenedKey key(api_);
-      const RegResult opened = key.Open(connection.handle(), subKey, reg::KEY_READ_ACCESS);
-      if (opened != reg::SUCCESS) {
-        SetError(opened, "Unable to open registry key");
-      } else {
-        std::vector<char> buffer(kNameBufferLength);
-        for (RegDword index = 0;; ++index) {
-          auto length = static_cast<RegDword>(buffer.size());
-          const RegResult result = api_.EnumValue(key.get(), index, buffer.data(), &length);
-          if (result == reg::NO_MORE_ITEMS) break;
-          if (result != reg::SUCCESS) {
-            SetError(result, "Unable to read the value names for the Registry");
-            names.clear();
-            break;
-          }
-          names.emplace_back(buffer.data(), std::min<std::size_t>(length, buffer.size() - 1));
-        }
+  OnKey(root, computer, subKey, KeyOpening::Existing, reg::KEY_READ_ACCESS, [&](RegKey key) {
+    std::vector<char> buffer(kNameBufferLength);
+    for (RegDword index = 0;; ++index) {
+      auto length = static_cast<RegDword>(buffer.size());
+      const RegResult result = api_.EnumValue(key, index, buffer.data(), &length);
+      if (result == reg::NO_MORE_ITEMS) break;
+      if (result != reg::SUCCESS) {
+        SetError(result, "Unable to read the value names for the Registry");
+        names.clear();
+        break;
       }
+      names.emplace_back(buffer.data(), std::min<std::size_t>(length, buffer.size() - 1));
     }
-  }
-  FinishOperation();
+  });
   return error_.code == 0 ? static_cast<std::int32_t>(names.size()) : 0;
 }
 

@@ -98,9 +98,18 @@ class MRegistry {
     std::vector<std::uint8_t> data;
   };
 
+  enum class KeyOpening { Existing, CreatePath };
+
   void ClearError() { error_ = {}; }
   void SetError(std::int32_t code, const std::string& text);
   void FinishOperation();
+  // One read, write or listing: clears the error state, reaches the root (on computer), opens the
+  // key (opening: CreatePath makes it and every missing key of its path) and runs use(key) on it,
+  // then reports the operation's first failure. The result is the failure of the key opening,
+  // else SUCCESS.
+  template <typename Use>
+  RegResult OnKey(RegKey root, const std::string& computer, const std::string& subKey,
+                  KeyOpening opening, RegDword access, Use use);
   Variant QueryValue(RegKey key, const std::string& valueName, const Variant& defaultValue);
   [[nodiscard]] std::optional<EncodedValue> Encode(const Variant& value,
                                                    const RegistryWriteOptions& options) const;

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/seam.h"
+
 namespace lumivex {
 
 // Handle and word types as the platform's own headers declare them: pcsc-lite on 64-bit Linux
@@ -107,29 +109,38 @@ class PcscCallError : public std::runtime_error {
   std::int32_t number_;
 };
 
+// The calls of the seam, each a winscard.h call without its SCard prefix; every one returns the
+// PC/SC result. A binding declares its overrides of all of them with LUMIVEX_PCSC_OVERRIDES.
+//   ListReaders  readers: a buffer of *length characters receiving zero-separated names and a
+//                final zero; null asks for the length only.
+//   Status       atr: a buffer of *atrLength bytes (may be null to ask for the length).
+//   GetAttrib    buffer: null asks for the length only.
+// clang-format off
+#define LUMIVEX_PCSC_CALLS(CALL)                                                                   \
+  CALL(PcscLong, EstablishContext, (PcscDword scope, PcscContext* context))                        \
+  CALL(PcscLong, ReleaseContext, (PcscContext context))                                            \
+  CALL(PcscLong, ListReaders, (PcscContext context, char* readers, PcscDword* length))             \
+  CALL(PcscLong, Connect, (PcscContext context, const std::string& reader, PcscDword shareMode,    \
+                           PcscDword preferredProtocols, PcscHandle* card,                         \
+                           PcscDword* activeProtocol))                                             \
+  CALL(PcscLong, Disconnect, (PcscHandle card, PcscDword disposition))                             \
+  CALL(PcscLong, Status, (PcscHandle card, std::string* readerName, PcscDword* state,              \
+                          PcscDword* protocol, std::uint8_t* atr, PcscDword* atrLength))           \
+  CALL(PcscLong, GetAttrib, (PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,         \
+                             PcscDword* length))                                                   \
+  CALL(PcscLong, Transmit, (PcscHandle card, const PcscIoRequest* sendPci,                         \
+                            const std::uint8_t* sendBuffer, PcscDword sendLength,                  \
+                            PcscIoRequest* recvPci, std::uint8_t* recvBuffer,                      \
+                            PcscDword* recvLength))
+// clang-format on
+
+#define LUMIVEX_PCSC_OVERRIDES LUMIVEX_PCSC_CALLS(LUMIVEX_SEAM_OVERRIDE)
+
 class PcscApi {
  public:
   virtual ~PcscApi() = default;
 
-  virtual PcscLong EstablishContext(PcscDword scope, PcscContext* context) = 0;
-  virtual PcscLong ReleaseContext(PcscContext context) = 0;
-  // readers: a buffer of *length characters receiving zero-separated names and a final zero; null
-  // asks for the length only.
-  virtual PcscLong ListReaders(PcscContext context, char* readers, PcscDword* length) = 0;
-  virtual PcscLong Connect(PcscContext context, const std::string& reader, PcscDword shareMode,
-                           PcscDword preferredProtocols, PcscHandle* card,
-                           PcscDword* activeProtocol) = 0;
-  virtual PcscLong Disconnect(PcscHandle card, PcscDword disposition) = 0;
-  // atr: a buffer of *atrLength bytes (may be null to ask for the length).
-  virtual PcscLong Status(PcscHandle card, std::string* readerName, PcscDword* state,
-                          PcscDword* protocol, std::uint8_t* atr, PcscDword* atrLength) = 0;
-  // buffer: null asks for the length only.
-  virtual PcscLong GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
-                             PcscDword* length) = 0;
-  virtual PcscLong Transmit(PcscHandle card, const PcscIoRequest* sendPci,
-                            const std::uint8_t* sendBuffer, PcscDword sendLength,
-                            PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
-                            PcscDword* recvLength) = 0;
+  LUMIVEX_PCSC_CALLS(LUMIVEX_SEAM_PURE)
 };
 
 }  // namespace lumivex

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/seam.h"
+
 namespace lumivex {
 
 // A key handle: a predefined root (0x80000000...) or a key opened through the seam. Wide enough
@@ -66,30 +68,43 @@ constexpr bool IsPredefinedRoot(RegKey key) {
 }
 }  // namespace reg
 
+// The calls of the seam, named after advapi32's (OpenKey for RegOpenKeyExA, ...); every one
+// returns the Windows result. A binding declares its overrides of all of them with
+// LUMIVEX_REGISTRY_OVERRIDES.
+//   ConnectRegistry  computer: "\\name", or "" for this machine (the result is then the root
+//                    itself).
+//   CreateKey        opens the key, creating it and every missing key of its path. disposition
+//                    may be null.
+//   QueryValue       data null: only *type and the size in bytes (*size) are returned. Otherwise
+//                    data is a buffer of *size bytes; a buffer too small gives MORE_DATA with the
+//                    size needed in *size. name "" is the key's default value. type may be null.
+//   SetValue         creates or replaces the value (a replaced value keeps its place among the
+//                    key's values).
+//   EnumValue        name: a buffer of *nameLength characters; on success it receives the name of
+//                    value number index and a terminating zero, and *nameLength the name's length
+//                    without the zero. NO_MORE_ITEMS past the last value.
+// clang-format off
+#define LUMIVEX_REGISTRY_CALLS(CALL)                                                               \
+  CALL(RegResult, ConnectRegistry, (const std::string& computer, RegKey root, RegKey* result))     \
+  CALL(RegResult, OpenKey, (RegKey key, const std::string& subKey, RegDword access,                \
+                            RegKey* result))                                                       \
+  CALL(RegResult, CreateKey, (RegKey key, const std::string& subKey, RegDword options,             \
+                              RegDword access, RegKey* result, RegDword* disposition))             \
+  CALL(RegResult, QueryValue, (RegKey key, const std::string& name, RegDword* type,                \
+                               std::uint8_t* data, RegDword* size))                                \
+  CALL(RegResult, SetValue, (RegKey key, const std::string& name, RegDword type,                   \
+                             const std::uint8_t* data, RegDword size))                             \
+  CALL(RegResult, EnumValue, (RegKey key, RegDword index, char* name, RegDword* nameLength))       \
+  CALL(RegResult, CloseKey, (RegKey key))
+// clang-format on
+
+#define LUMIVEX_REGISTRY_OVERRIDES LUMIVEX_REGISTRY_CALLS(LUMIVEX_SEAM_OVERRIDE)
+
 class RegistryApi {
  public:
   virtual ~RegistryApi() = default;
 
-  // computer: "\\name", or "" for this machine (the result is then the root itself).
-  virtual RegResult ConnectRegistry(const std::string& computer, RegKey root, RegKey* result) = 0;
-  virtual RegResult OpenKey(RegKey key, const std::string& subKey, RegDword access,
-                            RegKey* result) = 0;
-  // Opens the key, creating it and every missing key of its path. disposition may be null.
-  virtual RegResult CreateKey(RegKey key, const std::string& subKey, RegDword options,
-                              RegDword access, RegKey* result, RegDword* disposition) = 0;
-  // data null: only *type and the size in bytes (*size) are returned. Otherwise data is a buffer of
-  // *size bytes; a buffer too small gives MORE_DATA with the size needed in *size.
-  // name "" is the key's default value. type may be null.
-  virtual RegResult QueryValue(RegKey key, const std::string& name, RegDword* type,
-                               std::uint8_t* data, RegDword* size) = 0;
-  // Creates or replaces the value (a replaced value keeps its place among the key's values).
-  virtual RegResult SetValue(RegKey key, const std::string& name, RegDword type,
-                             const std::uint8_t* data, RegDword size) = 0;
-  // name: a buffer of *nameLength characters; on success it receives the name of value number
-  // index and a terminating zero, and *nameLength the name's length without the zero.
-  // NO_MORE_ITEMS past the last value.
-  virtual RegResult EnumValue(RegKey key, RegDword index, char* name, RegDword* nameLength) = 0;
-  virtual RegResult CloseKey(RegKey key) = 0;
+  LUMIVEX_REGISTRY_CALLS(LUMIVEX_SEAM_PURE)
 };
 
 }  // namespace lumivex

@@ -33,25 +33,12 @@ class SimulatedPcsc : public PcscApi {
   // that allows none of them fails with SCARD_E_PROTO_MISMATCH, as a real reader's does.
   void SetOfferedProtocols(PcscDword protocols);
 
-  PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
-  PcscLong ReleaseContext(PcscContext context) override;
-  PcscLong ListReaders(PcscContext context, char* readers, PcscDword* length) override;
-  PcscLong Connect(PcscContext context, const std::string& reader, PcscDword shareMode,
-                   PcscDword preferredProtocols, PcscHandle* card,
-                   PcscDword* activeProtocol) override;
-  PcscLong Disconnect(PcscHandle card, PcscDword disposition) override;
+  LUMIVEX_PCSC_OVERRIDES
   // Renews a connection with new share and protocol choices. initialization: LEAVE_CARD keeps the
   // card as it is, RESET_CARD or SCARD_UNPOWER_CARD (2) power-cycles it. A connection from before
   // a card change is attached to the card now in the reader.
   PcscLong Reconnect(PcscHandle card, PcscDword shareMode, PcscDword preferredProtocols,
                      PcscDword initialization, PcscDword* activeProtocol);
-  PcscLong Status(PcscHandle card, std::string* readerName, PcscDword* state, PcscDword* protocol,
-                  std::uint8_t* atr, PcscDword* atrLength) override;
-  PcscLong GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
-                     PcscDword* length) override;
-  PcscLong Transmit(PcscHandle card, const PcscIoRequest* sendPci, const std::uint8_t* sendBuffer,
-                    PcscDword sendLength, PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
-                    PcscDword* recvLength) override;
 
  private:
   struct Connection {

@@ -74,11 +74,7 @@ PcscLong SimulatedWinscard::ListReaders(PcscContext context, char* readers, Pcsc
   }
   if (ownContext) (void)pcsc_.ReleaseContext(context);
   if (Failed(result)) return result;
-  const std::array values{list};
-  const std::array outputs{Output{readers, length}};
-  result = Check(values, outputs);
-  if (!Failed(result)) Write(list, outputs[0]);
-  return result;
+  return Give(std::array{list}, std::array{Output{readers, length}});
 }
 
 PcscLong SimulatedWinscard::Connect(PcscContext context, const char* reader, PcscDword shareMode,
@@ -121,10 +117,8 @@ PcscLong SimulatedWinscard::Status(PcscHandle card, char* names, PcscDword* name
   nameList.resize(nameList.size() + 2, 0);
   const std::array values{nameList, atrBytes};
   const std::array outputs{Output{names, namesLength}, Output{atr, atrLength}};
-  result = Check(values, outputs);
+  result = Give(values, outputs);
   if (Failed(result)) return result;
-  Write(nameList, outputs[0]);
-  Write(atrBytes, outputs[1]);
   if (state != nullptr) *state = StateNumber(bits, active);
   if (protocol != nullptr) *protocol = active;
   return result;
@@ -140,11 +134,7 @@ PcscLong SimulatedWinscard::GetAttrib(PcscHandle card, PcscDword attributeId, st
   std::vector<std::uint8_t> value(size);
   result = pcsc_.GetAttrib(card, attributeId, value.data(), &size);
   if (Failed(result)) return result;
-  const std::array values{value};
-  const std::array outputs{Output{buffer, length}};
-  result = Check(values, outputs);
-  if (!Failed(result)) Write(value, outputs[0]);
-  return result;
+  return Give(std::array{value}, std::array{Output{buffer, length}});
 }
 
 PcscLong SimulatedWinscard::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
@@ -190,8 +180,8 @@ std::size_t SimulatedWinscard::blockCount() {
   return blocks_.size();
 }
 
-PcscLong SimulatedWinscard::Check(std::span<const std::vector<std::uint8_t>> values,
-                                  std::span<const Output> outputs) {
+PcscLong SimulatedWinscard::Give(std::span<const std::vector<std::uint8_t>> values,
+                                 std::span<const Output> outputs) {
   bool tooShort = false;
   for (std::size_t i = 0; i < outputs.size(); ++i) {
     const Output& output = outputs[i];
@@ -205,7 +195,10 @@ PcscLong SimulatedWinscard::Check(std::span<const std::vector<std::uint8_t>> val
     }
     if (output.buffer != nullptr && *output.length < values[i].size()) tooShort = true;
   }
-  if (!tooShort) return Result(scard::S_SUCCESS);
+  if (!tooShort) {
+    for (std::size_t i = 0; i < outputs.size(); ++i) Write(values[i], outputs[i]);
+    return Result(scard::S_SUCCESS);
+  }
   for (std::size_t i = 0; i < outputs.size(); ++i) {
     if (outputs[i].length != nullptr) *outputs[i].length = static_cast<PcscDword>(values[i].size());
   }

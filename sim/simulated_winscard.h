@@ -70,10 +70,9 @@ class SimulatedWinscard {
     void* buffer;
     PcscDword* length;
   };
-  // SCARD_S_SUCCESS when every value fits its output, else the error; on a short buffer every
-  // requested length is set to its value's length.
-  static PcscLong Check(std::span<const std::vector<std::uint8_t>> values,
-                        std::span<const Output> outputs);
+  // Writes every value to its output when all of them fit (SCARD_S_SUCCESS), else writes none and
+  // gives the error; on a short buffer every requested length is set to its value's length.
+  PcscLong Give(std::span<const std::vector<std::uint8_t>> values, std::span<const Output> outputs);
   void Write(const std::vector<std::uint8_t>& value, Output output);
   PcscLong Alive(PcscHandle card);
 

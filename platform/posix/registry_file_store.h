@@ -38,17 +38,7 @@ class RegistryFileStore : public RegistryApi {
 
   explicit RegistryFileStore(const RegistryFiles& files = DefaultFiles());
 
-  RegResult ConnectRegistry(const std::string& computer, RegKey root, RegKey* result) override;
-  RegResult OpenKey(RegKey key, const std::string& subKey, RegDword access,
-                    RegKey* result) override;
-  RegResult CreateKey(RegKey key, const std::string& subKey, RegDword options, RegDword access,
-                      RegKey* result, RegDword* disposition) override;
-  RegResult QueryValue(RegKey key, const std::string& name, RegDword* type, std::uint8_t* data,
-                       RegDword* size) override;
-  RegResult SetValue(RegKey key, const std::string& name, RegDword type, const std::uint8_t* data,
-                     RegDword size) override;
-  RegResult EnumValue(RegKey key, RegDword index, char* name, RegDword* nameLength) override;
-  RegResult CloseKey(RegKey key) override;
+  LUMIVEX_REGISTRY_OVERRIDES
 
   // What went wrong last with a file or a call ("...registry.reg: line 7: quoted text not
   // closed"), for diagnostics; empty when nothing did.

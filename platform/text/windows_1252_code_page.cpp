@@ -2,8 +2,6 @@
 
 #include <array>
 
-#include "platform/text/utf8.h"
-
 namespace lumivex {
 
 namespace {
@@ -32,26 +30,12 @@ std::optional<std::uint8_t> Windows1252CodePage::ByteOf(char32_t character) {
   return std::nullopt;
 }
 
-std::string Windows1252CodePage::ToText(std::span<const std::uint8_t> bytes) const {
-  std::string text;
-  text.reserve(bytes.size());
-  for (const std::uint8_t byte : bytes) AppendUtf8(text, CharacterOf(byte));
-  return text;
+char32_t Windows1252CodePage::Character(std::uint8_t byte) const {
+  return CharacterOf(byte);
 }
 
-std::optional<std::vector<std::uint8_t>> Windows1252CodePage::ToBytes(std::string_view text,
-                                                                      char32_t* unmappable) const {
-  std::vector<std::uint8_t> bytes;
-  bytes.reserve(text.size());
-  for (const char32_t character : DecodeUtf8(text)) {
-    const auto byte = ByteOf(character);
-    if (!byte) {
-      if (unmappable != nullptr) *unmappable = character;
-      return std::nullopt;
-    }
-    bytes.push_back(*byte);
-  }
-  return bytes;
+std::optional<std::uint8_t> Windows1252CodePage::Byte(char32_t character) const {
+  return ByteOf(character);
 }
 
 }  // namespace lumivex

@@ -4,19 +4,19 @@
 // every byte read as text and written back is unchanged.
 #pragma once
 
-#include "platform/code_page.h"
+#include "platform/text/one_byte_code_page.h"
 
 namespace lumivex {
 
-class Windows1252CodePage : public CodePage {
+class Windows1252CodePage : public OneByteCodePage {
  public:
-  [[nodiscard]] std::string ToText(std::span<const std::uint8_t> bytes) const override;
-  [[nodiscard]] std::optional<std::vector<std::uint8_t>> ToBytes(
-      std::string_view text, char32_t* unmappable = nullptr) const override;
-
   // The character of one byte, and the byte of one character (nullopt: none).
   static char32_t CharacterOf(std::uint8_t byte);
   static std::optional<std::uint8_t> ByteOf(char32_t character);
+
+ protected:
+  [[nodiscard]] char32_t Character(std::uint8_t byte) const override;
+  [[nodiscard]] std::optional<std::uint8_t> Byte(char32_t character) const override;
 };
 
 }  // namespace lumivex

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include "platform/text/utf8.h"
 #include "platform/text/windows_1252_code_page.h"
 
 namespace lumivex {
@@ -29,35 +28,21 @@ AnsiCodePage::AnsiCodePage() : codePage_(GetACP()) {
   }
 }
 
-std::string AnsiCodePage::ToText(std::span<const std::uint8_t> bytes) const {
-  std::string text;
-  text.reserve(bytes.size());
-  for (const std::uint8_t byte : bytes) AppendUtf8(text, characters_[byte]);
-  return text;
+char32_t AnsiCodePage::Character(std::uint8_t byte) const {
+  return characters_[byte];
 }
 
-std::optional<std::vector<std::uint8_t>> AnsiCodePage::ToBytes(std::string_view text,
-                                                               char32_t* unmappable) const {
-  std::vector<std::uint8_t> bytes;
-  bytes.reserve(text.size());
-  for (const char32_t character : DecodeUtf8(text)) {
-    std::array<char, 4> out{};
-    BOOL usedDefault = FALSE;
-    int written = 0;
-    if (character <= 0xFFFF) {  // a character beyond FFFF never has a one-byte form
-      const auto unit = static_cast<wchar_t>(character);
-      written = WideCharToMultiByte(codePage_, WC_NO_BEST_FIT_CHARS, &unit, 1, out.data(),
-                                    static_cast<int>(out.size()), nullptr, &usedDefault);
-    }
-    const auto byte = static_cast<std::uint8_t>(out[0]);
-    // Exactly one byte, no default character, and that byte reads back as this character.
-    if (written != 1 || usedDefault != FALSE || characters_[byte] != character) {
-      if (unmappable != nullptr) *unmappable = character;
-      return std::nullopt;
-    }
-    bytes.push_back(byte);
-  }
-  return bytes;
+std::optional<std::uint8_t> AnsiCodePage::Byte(char32_t character) const {
+  if (character > 0xFFFF) return std::nullopt;  // a character beyond FFFF never has a one-byte form
+  std::array<char, 4> out{};
+  BOOL usedDefault = FALSE;
+  const auto unit = static_cast<wchar_t>(character);
+  const int written = WideCharToMultiByte(codePage_, WC_NO_BEST_FIT_CHARS, &unit, 1, out.data(),
+                                          static_cast<int>(out.size()), nullptr, &usedDefault);
+  const auto byte = static_cast<std::uint8_t>(out[0]);
+  // Exactly one byte, no default character, and that byte reads back as this character.
+  if (written != 1 || usedDefault != FALSE || characters_[byte] != character) return std::nullopt;
+  return byte;
 }
 
 }  // namespace lumivex

@@ -5,17 +5,17 @@
 
 #include <array>
 
-#include "platform/code_page.h"
+#include "platform/text/one_byte_code_page.h"
 
 namespace lumivex {
 
-class AnsiCodePage : public CodePage {
+class AnsiCodePage : public OneByteCodePage {
  public:
   AnsiCodePage();
 
-  [[nodiscard]] std::string ToText(std::span<const std::uint8_t> bytes) const override;
-  [[nodiscard]] std::optional<std::vector<std::uint8_t>> ToBytes(
-      std::string_view text, char32_t* unmappable = nullptr) const override;
+ protected:
+  [[nodiscard]] char32_t Character(std::uint8_t byte) const override;
+  [[nodiscard]] std::optional<std::uint8_t> Byte(char32_t character) const override;
 
  private:
   unsigned codePage_ = 0;

@@ -23,22 +23,9 @@ class WinscardApi : public PcscApi {
   WinscardApi(const WinscardApi&) = delete;
   WinscardApi& operator=(const WinscardApi&) = delete;
 
-  PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
-  PcscLong ReleaseContext(PcscContext context) override;
-  PcscLong ListReaders(PcscContext context, char* readers, PcscDword* length) override;
-  PcscLong Connect(PcscContext context, const std::string& reader, PcscDword shareMode,
-                   PcscDword preferredProtocols, PcscHandle* card,
-                   PcscDword* activeProtocol) override;
-  PcscLong Disconnect(PcscHandle card, PcscDword disposition) override;
-  // The card state comes back in the bit form of pcsc-lite (scard::STATE_...), not as
+  // Status gives the card state in the bit form of pcsc-lite (scard::STATE_...), not as
   // winscard's numbered states.
-  PcscLong Status(PcscHandle card, std::string* readerName, PcscDword* state, PcscDword* protocol,
-                  std::uint8_t* atr, PcscDword* atrLength) override;
-  PcscLong GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
-                     PcscDword* length) override;
-  PcscLong Transmit(PcscHandle card, const PcscIoRequest* sendPci, const std::uint8_t* sendBuffer,
-                    PcscDword sendLength, PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
-                    PcscDword* recvLength) override;
+  LUMIVEX_PCSC_OVERRIDES
 
  private:
   class Library;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstring>
 
@@ -10,9 +11,9 @@ namespace lumivex::test {
 
 namespace {
 
-constexpr std::array<const char*, 8> kCallNames = {
-    "EstablishContext", "ReleaseContext", "ListReaders", "Connect",
-    "Disconnect",       "Status",         "GetAttrib",   "Transmit"};
+#define LUMIVEX_CALL_NAME(result, name, parameters) #name,
+constexpr std::array kCallNames = {LUMIVEX_PCSC_CALLS(LUMIVEX_CALL_NAME)};
+#undef LUMIVEX_CALL_NAME
 
 const char* Name(PcscCall call) {
   return kCallNames.at(static_cast<std::size_t>(call));

@@ -23,16 +23,10 @@
 
 namespace lumivex::test {
 
-enum class PcscCall {
-  EstablishContext,
-  ReleaseContext,
-  ListReaders,
-  Connect,
-  Disconnect,
-  Status,
-  GetAttrib,
-  Transmit
-};
+// One value for each call of the seam.
+#define LUMIVEX_SCRIPTED_CALL(result, name, parameters) name,
+enum class PcscCall { LUMIVEX_PCSC_CALLS(LUMIVEX_SCRIPTED_CALL) };
+#undef LUMIVEX_SCRIPTED_CALL
 
 class ScriptedPcsc : public PcscApi {
  public:
@@ -88,20 +82,7 @@ class ScriptedPcsc : public PcscApi {
   // Hexadecimal text without blanks, upper case.
   static std::string Compact(std::string_view hex);
 
-  PcscLong EstablishContext(PcscDword scope, PcscContext* context) override;
-  PcscLong ReleaseContext(PcscContext context) override;
-  PcscLong ListReaders(PcscContext context, char* readers, PcscDword* length) override;
-  PcscLong Connect(PcscContext context, const std::string& reader, PcscDword shareMode,
-                   PcscDword preferredProtocols, PcscHandle* card,
-                   PcscDword* activeProtocol) override;
-  PcscLong Disconnect(PcscHandle card, PcscDword disposition) override;
-  PcscLong Status(PcscHandle card, std::string* readerName, PcscDword* state, PcscDword* protocol,
-                  std::uint8_t* atr, PcscDword* atrLength) override;
-  PcscLong GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
-                     PcscDword* length) override;
-  PcscLong Transmit(PcscHandle card, const PcscIoRequest* sendPci, const std::uint8_t* sendBuffer,
-                    PcscDword sendLength, PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
-                    PcscDword* recvLength) override;
+  LUMIVEX_PCSC_OVERRIDES
 
  private:
   struct Step {
