@@ -24,7 +24,7 @@ constexpr std::size_t kHalf = 8;  // bytes of a DES key, of a random number, of 
 // The key as the host wrote it (normalised), its kind and its two halves: a key of 32 digits is
 // two-key triple DES, one of 1 to 16 digits single DES and both halves.
 struct KeyRecord {
-  explicit KeyRecord(const std::string& value) : text(value) {}
+  explicit KeyRecord(std::string value) : text(std::move(value)) {}
   ~KeyRecord() {
     crypto::SecureWipe(text);
     crypto::SecureWipe(first);
