@@ -18,17 +18,17 @@ Aid AidOf(Data data) {
 
 Reply DesfireCard::FormatPicc(Data data) {
   if (!data.empty()) return {kLengthError, {}};
-  if (!AtPiccLevel()) return {kPermissionDenied, {}};
-  if (!AuthenticatedWith(0)) return {kAuthenticationError, {}};
-  applications_.clear();
-  usedMemory_ = 0;  // formatting is the only way back to the whole memory
+  if (!state_.AtPiccLevel()) return {kPermissionDenied, {}};
+  if (!state_.session.AuthenticatedWith(0)) return {kAuthenticationError, {}};
+  state_.contents.applications.clear();
+  state_.contents.usedMemory = 0;  // formatting is the only way back to the whole memory
   return {kOk, {}};
 }
 
 Reply DesfireCard::CreateApplication(Data data) {
   if (data.size() != 5) return {kLengthError, {}};
-  if (!AtPiccLevel()) return {kPermissionDenied, {}};
-  if ((piccSettings_ & kFreeCreateDelete) == 0 && !AuthenticatedWith(0)) {
+  if (!state_.AtPiccLevel()) return {kPermissionDenied, {}};
+  if ((state_.contents.settings & kFreeCreateDelete) == 0 && !state_.session.AuthenticatedWith(0)) {
     return {kAuthenticationError, {}};
   }
   const Aid aid = AidOf(data);
@@ -38,17 +38,17 @@ Reply DesfireCard::CreateApplication(Data data) {
   if (aid == kPiccAid || (keyByte & 0xF0) != 0) return {kParameterError, {}};
   const std::size_t keyCount = keyByte & 0x0F;
   if (keyCount < 1 || keyCount > kMaxKeysPerApplication) return {kParameterError, {}};
-  if (FindApplication(aid) != nullptr) return {kDuplicateError, {}};
-  if (applications_.size() >= kMaxApplications) return {kCountError, {}};
+  if (state_.contents.Find(aid) != nullptr) return {kDuplicateError, {}};
+  if (state_.contents.applications.size() >= kMaxApplications) return {kCountError, {}};
   const std::uint64_t cost = ApplicationCost(keyCount);
-  if (cost > FreeMemory()) return {kOutOfMemory, {}};
+  if (cost > state_.contents.FreeMemory()) return {kOutOfMemory, {}};
 
   Application app;
   app.aid = aid;
   app.settings = settings;
   app.keys.resize(keyCount);
-  applications_.push_back(std::move(app));
-  usedMemory_ += cost;
+  state_.contents.applications.push_back(std::move(app));
+  state_.contents.usedMemory += cost;
   return {kOk, {}};
 }
 
@@ -56,49 +56,54 @@ Reply DesfireCard::DeleteApplication(Data data) {
   if (data.size() != 3) return {kLengthError, {}};
   const Aid aid = AidOf(data);
   if (aid == kPiccAid) return {kParameterError, {}};
-  if (FindApplication(aid) == nullptr) return {kApplicationNotFound, {}};
+  if (state_.contents.Find(aid) == nullptr) return {kApplicationNotFound, {}};
   // The card master key, or the application's own master key from inside the application.
-  const bool inside = selected_ && *selected_ == aid;
-  if (!((AtPiccLevel() || inside) && AuthenticatedWith(0))) return {kAuthenticationError, {}};
-  std::erase_if(applications_, [&](const Application& app) { return app.aid == aid; });
+  const bool inside = state_.selected && *state_.selected == aid;
+  if (!((state_.AtPiccLevel() || inside) && state_.session.AuthenticatedWith(0))) {
+    return {kAuthenticationError, {}};
+  }
+  std::erase_if(state_.contents.applications,
+                [&](const Application& app) { return app.aid == aid; });
   if (inside) {
-    selected_.reset();
-    DropAuthentication();
+    state_.selected.reset();
+    state_.session.End();
   }
   return {kOk, {}};
 }
 
 Reply DesfireCard::GetApplicationIds(Data data) {
   if (!data.empty()) return {kLengthError, {}};
-  if (!AtPiccLevel()) return {kPermissionDenied, {}};
-  if ((piccSettings_ & kFreeDirectoryAccess) == 0 && !AuthenticatedWith(0)) {
+  if (!state_.AtPiccLevel()) return {kPermissionDenied, {}};
+  if ((state_.contents.settings & kFreeDirectoryAccess) == 0 &&
+      !state_.session.AuthenticatedWith(0)) {
     return {kAuthenticationError, {}};
   }
   Bytes ids;
-  for (const Application& app : applications_)
+  for (const Application& app : state_.contents.applications)
     ids.insert(ids.end(), app.aid.begin(), app.aid.end());
-  return Chain(std::move(ids), kAidsPerFrame * 3);
+  return state_.exchanges.Chain(std::move(ids), kAidsPerFrame * 3);
 }
 
 Reply DesfireCard::SelectApplication(Data data) {
   if (data.size() != 3) return {kLengthError, {}};
   // Leaving (or re-entering) an application ends its transaction and the authentication.
-  AbortTransaction();
-  DropAuthentication();
+  state_.AbortTransaction();
+  state_.session.End();
   const Aid aid = AidOf(data);
   if (aid == kPiccAid) {
-    selected_.reset();
+    state_.selected.reset();
     return {kOk, {}};
   }
-  if (FindApplication(aid) == nullptr) return {kApplicationNotFound, {}};
-  selected_ = aid;
+  if (state_.contents.Find(aid) == nullptr) return {kApplicationNotFound, {}};
+  state_.selected = aid;
   return {kOk, {}};
 }
 
 Reply DesfireCard::GetFreeMemory(Data data) {
   if (!data.empty()) return {kLengthError, {}};
   Bytes answer;
-  AppendU24(answer, static_cast<std::uint32_t>(std::min<std::uint64_t>(FreeMemory(), 0xFFFFFF)));
+  AppendU24(answer, static_cast<std::uint32_t>(
+                        std::min<std::uint64_t>(state_.contents.FreeMemory(), 0xFFFFFF)));
   return {kOk, std::move(answer)};
 }
 

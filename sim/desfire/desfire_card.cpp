@@ -1,10 +1,7 @@
-// The simulated DESFire card: ISO 7816-4 unwrapping, the native command dispatcher, multi-frame
-// answers, GetVersion and the selection and session state shared by every command.
+// The simulated DESFire card: ISO 7816-4 unwrapping, the native command dispatcher, the frames that
+// continue an exchange, and GetVersion.
 #include "sim/desfire/desfire_card.h"
 
-#include <algorithm>
-
-#include "crypto/secure_memory.h"
 #include "sim/desfire/desfire_card_impl.h"
 
 namespace lumivex::sim {
@@ -38,41 +35,14 @@ bool LosesAuthentication(Status status) {
 
 }  // namespace
 
-std::uint32_t ReadU24(Data data, std::size_t at) {
-  return static_cast<std::uint32_t>(data[at]) | static_cast<std::uint32_t>(data[at + 1]) << 8 |
-         static_cast<std::uint32_t>(data[at + 2]) << 16;
-}
-
-std::int32_t ReadS32(Data data, std::size_t at) {
-  const std::uint32_t value = ReadU24(data, at) | static_cast<std::uint32_t>(data[at + 3]) << 24;
-  return static_cast<std::int32_t>(value);
-}
-
-void AppendU24(Bytes& out, std::uint32_t value) {
-  for (int shift = 0; shift < 24; shift += 8)
-    out.push_back(static_cast<std::uint8_t>(value >> shift));
-}
-
-void AppendS32(Bytes& out, std::int32_t value) {
-  const auto bits = static_cast<std::uint32_t>(value);
-  for (int shift = 0; shift < 32; shift += 8)
-    out.push_back(static_cast<std::uint8_t>(bits >> shift));
-}
-
-DesfireCard::DesfireCard(const DesfireOptions& options)
-    : options_(options), random_(options.seed), piccKeys_(1) {}
-
-DesfireCard::~DesfireCard() {
-  DropAuthentication();
-  AbandonExchanges();
-}
+DesfireCard::DesfireCard(const DesfireOptions& options) : state_(options) {}
 
 std::vector<std::uint8_t> DesfireCard::Atr() const {
   return {0x3B, 0x81, 0x80, 0x01, 0x80, 0x80};
 }
 
 std::vector<std::uint8_t> DesfireCard::Uid() const {
-  return {options_.uid.begin(), options_.uid.end()};
+  return {state_.options.uid.begin(), state_.options.uid.end()};
 }
 
 std::vector<std::uint8_t> DesfireCard::Transmit(std::span<const std::uint8_t> command) {
@@ -99,7 +69,7 @@ std::vector<std::uint8_t> DesfireCard::Transmit(std::span<const std::uint8_t> co
   }
 
   Reply reply = ins == kContinue ? Continue(data) : Execute(ins, data);
-  if (LosesAuthentication(reply.status)) DropAuthentication();
+  if (LosesAuthentication(reply.status)) state_.session.End();
   std::vector<std::uint8_t> answer = std::move(reply.data);
   answer.push_back(0x91);
   answer.push_back(reply.status);
@@ -108,7 +78,7 @@ std::vector<std::uint8_t> DesfireCard::Transmit(std::span<const std::uint8_t> co
 
 Reply DesfireCard::Execute(std::uint8_t command, Data data) {
   // A new command ends whatever exchange was under way.
-  AbandonExchanges();
+  state_.exchanges.Abandon();
   if (data.size() > kMaxFrameData) return {kLengthError, {}};
   switch (command) {
     case 0x0A:
@@ -173,116 +143,38 @@ Reply DesfireCard::Execute(std::uint8_t command, Data data) {
 }
 
 Reply DesfireCard::Continue(Data data) {
-  if (!outgoing_.empty()) {
+  if (!state_.exchanges.outgoing.empty()) {
     if (!data.empty()) {
-      outgoing_.clear();
+      state_.exchanges.outgoing.clear();
       return {kLengthError, {}};
     }
-    OutgoingFrame frame = std::move(outgoing_.front());
-    outgoing_.pop_front();
+    OutgoingFrame frame = std::move(state_.exchanges.outgoing.front());
+    state_.exchanges.outgoing.pop_front();
     return {frame.status, std::move(frame.data)};
   }
-  if (pendingAuthentication_) return FinishAuthentication(data);
-  if (incoming_) return ContinueWrite(data);
+  if (state_.exchanges.authentication) return FinishAuthentication(data);
+  if (state_.exchanges.write) return ContinueWrite(data);
   return {kCommandAborted, {}};  // nothing to continue
-}
-
-Reply DesfireCard::Chain(Bytes data, std::size_t frameSize) {
-  if (data.size() <= frameSize) return {kOk, std::move(data)};
-  Reply first{kAdditionalFrame, Bytes(data.begin(), data.begin() + frameSize)};
-  for (std::size_t at = frameSize; at < data.size(); at += frameSize) {
-    const std::size_t end = std::min(data.size(), at + frameSize);
-    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(at);
-    outgoing_.push_back({end == data.size() ? kOk : kAdditionalFrame,
-                         Bytes(begin, data.begin() + static_cast<std::ptrdiff_t>(end))});
-  }
-  return first;
 }
 
 Reply DesfireCard::GetVersion(Data data) {
   if (!data.empty()) return {kLengthError, {}};
-  const std::uint8_t storage = options_.storageCode;
-  Bytes production(options_.uid.begin(), options_.uid.end());
+  const std::uint8_t storage = state_.options.storageCode;
+  Bytes production(state_.options.uid.begin(), state_.options.uid.end());
   production.insert(production.end(), kBatch.begin(), kBatch.end());
   production.push_back(kProductionWeek);
   production.push_back(kProductionYear);
-  outgoing_.push_back({kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x04, storage, 0x05}});
-  outgoing_.push_back({kOk, std::move(production)});
+  state_.exchanges.outgoing.push_back(
+      {kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x04, storage, 0x05}});
+  state_.exchanges.outgoing.push_back({kOk, std::move(production)});
   return {kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x00, storage, 0x05}};
 }
 
-void DesfireCard::AbandonExchanges() {
-  if (pendingAuthentication_) {
-    crypto::SecureWipe(pendingAuthentication_->key.data(), pendingAuthentication_->key.size());
-    pendingAuthentication_.reset();
-  }
-  incoming_.reset();
-  outgoing_.clear();
-}
-
 void DesfireCard::PowerCycle() {
-  AbandonExchanges();
-  AbortTransaction();
-  DropAuthentication();
-  selected_.reset();
-}
-
-Application* DesfireCard::FindApplication(const Aid& aid) {
-  auto found = std::find_if(applications_.begin(), applications_.end(),
-                            [&](const Application& app) { return app.aid == aid; });
-  return found == applications_.end() ? nullptr : &*found;
-}
-
-const Application* DesfireCard::FindApplication(const Aid& aid) const {
-  return const_cast<DesfireCard*>(this)->FindApplication(aid);
-}
-
-Application* DesfireCard::Selected() {
-  return selected_ ? FindApplication(*selected_) : nullptr;
-}
-
-const Application* DesfireCard::Selected() const {
-  return selected_ ? FindApplication(*selected_) : nullptr;
-}
-
-std::vector<StoredKey>& DesfireCard::CurrentKeys() {
-  Application* app = Selected();
-  return app != nullptr ? app->keys : piccKeys_;
-}
-
-std::uint8_t& DesfireCard::CurrentSettings() {
-  Application* app = Selected();
-  return app != nullptr ? app->settings : piccSettings_;
-}
-
-std::uint8_t DesfireCard::CurrentSettings() const {
-  const Application* app = Selected();
-  return app != nullptr ? app->settings : piccSettings_;
-}
-
-bool DesfireCard::AuthenticatedWith(std::uint8_t keyNumber) const {
-  return session_ && session_->keyNumber == keyNumber;
-}
-
-void DesfireCard::DropAuthentication() {
-  if (!session_) return;
-  crypto::SecureWipe(session_->key.data(), session_->key.size());
-  session_.reset();
-}
-
-void DesfireCard::AbortTransaction() {
-  if (Application* app = Selected()) {
-    for (auto& [number, file] : app->files) file.DropPendingChanges();
-  }
-}
-
-CardCipher DesfireCard::SessionCipher() const {
-  return CardCipher(session_->key);
-}
-
-std::uint64_t DesfireCard::FreeMemory() const {
-  const std::uint64_t total = StorageBytes(options_.storageCode);
-  return total > usedMemory_ ? total - usedMemory_ : 0;
+  state_.exchanges.Abandon();
+  state_.AbortTransaction();
+  state_.session.End();
+  state_.selected.reset();
 }
 
 }  // namespace lumivex::sim::desfire

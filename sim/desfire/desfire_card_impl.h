@@ -1,5 +1,6 @@
-// Internal to the simulated DESFire card: the card object, its state and one member per native
-// command. The members are spread over the desfire_*.cpp files by concern.
+// Internal to the simulated DESFire card: the card object, with one member per native command
+// working on the card's state (desfire_state.h). The members are spread over the desfire_*.cpp
+// files by concern.
 #pragma once
 
 #include <array>
@@ -12,24 +13,14 @@
 #include <vector>
 
 #include "sim/desfire/desfire_card.h"
-#include "sim/desfire/desfire_crypto.h"
 #include "sim/desfire/desfire_model.h"
+#include "sim/desfire/desfire_state.h"
 
 namespace lumivex::sim::desfire {
-
-using Data = std::span<const std::uint8_t>;
-
-// How a granted access is carried: as the file's communication settings (the right was granted
-// through the authenticated key) or plain (the right is free).
-struct Grant {
-  Status status = kOk;
-  Comm comm = Comm::kPlain;
-};
 
 class DesfireCard final : public SimCard {
  public:
   explicit DesfireCard(const DesfireOptions& options);
-  ~DesfireCard() override;
   DesfireCard(const DesfireCard&) = delete;
   DesfireCard& operator=(const DesfireCard&) = delete;
 
@@ -39,52 +30,10 @@ class DesfireCard final : public SimCard {
   void PowerCycle() override;
 
  private:
-  struct Session {
-    std::uint8_t keyNumber = 0;
-    Key16 key{};
-  };
-  struct PendingAuthentication {
-    std::uint8_t keyNumber = 0;
-    Key16 key{};
-    std::array<std::uint8_t, 8> rndB{};
-  };
-  // A WriteData or WriteRecord whose data arrives over several frames.
-  struct IncomingWrite {
-    std::uint8_t command = 0;
-    std::uint8_t fileNumber = 0;
-    std::uint32_t offset = 0;
-    std::uint32_t length = 0;
-    Comm comm = Comm::kPlain;
-    std::size_t expected = 0;  // bytes of data to come, MAC or cryptogram included
-    Bytes received;
-  };
-  struct OutgoingFrame {
-    Status status;
-    Bytes data;
-  };
-
   // Dispatch and frames (desfire_card.cpp).
   Reply Execute(std::uint8_t command, Data data);
   Reply Continue(Data data);
   Reply GetVersion(Data data);
-  // Answers longer than one frame: the first frame now, the rest on 90 AF 00 00 00.
-  Reply Chain(Bytes data, std::size_t frameSize = kMaxFrameData);
-  void AbandonExchanges();
-
-  // Selection and session state.
-  [[nodiscard]] Application* FindApplication(const Aid& aid);
-  [[nodiscard]] const Application* FindApplication(const Aid& aid) const;
-  [[nodiscard]] Application* Selected();
-  [[nodiscard]] const Application* Selected() const;
-  [[nodiscard]] bool AtPiccLevel() const { return !selected_.has_value(); }
-  std::vector<StoredKey>& CurrentKeys();
-  std::uint8_t& CurrentSettings();
-  [[nodiscard]] std::uint8_t CurrentSettings() const;
-  [[nodiscard]] bool AuthenticatedWith(std::uint8_t keyNumber) const;
-  void DropAuthentication();
-  void AbortTransaction();
-  [[nodiscard]] CardCipher SessionCipher() const;
-  [[nodiscard]] std::uint64_t FreeMemory() const;
 
   // Keys and authentication (desfire_keys.cpp).
   Reply Authenticate(Data data);
@@ -103,7 +52,6 @@ class DesfireCard final : public SimCard {
   Reply GetFreeMemory(Data data);
 
   // Files (desfire_files.cpp).
-  [[nodiscard]] Grant Access(const File& file, std::initializer_list<std::uint8_t> rights) const;
   [[nodiscard]] Status RequireFileManagement() const;
   [[nodiscard]] Status RequireDirectoryAccess() const;
   Reply CreateFile(std::uint8_t command, Data data);
@@ -111,7 +59,6 @@ class DesfireCard final : public SimCard {
   Reply GetFileIds(Data data);
   Reply GetFileSettings(Data data);
   Reply ChangeFileSettings(Data data);
-  File* FindFile(Data data, Status& status);
 
   // Data and records (desfire_data.cpp).
   Reply ReadData(std::uint8_t command, Data data);
@@ -121,8 +68,6 @@ class DesfireCard final : public SimCard {
   Reply CollectWrite(IncomingWrite write, bool frameFull);
   Reply FinishWrite(IncomingWrite& write);
   Reply ClearRecordFile(Data data);
-  [[nodiscard]] Bytes Secure(Bytes plain, Comm comm) const;
-  Status Unwrap(Data received, std::size_t length, Comm comm, Bytes& plain) const;
 
   // Values and transactions (desfire_values.cpp).
   Reply GetValue(Data data);
@@ -130,25 +75,7 @@ class DesfireCard final : public SimCard {
   Reply CommitTransaction(Data data);
   Reply AbortTransactionCommand(Data data);
 
-  DesfireOptions options_;
-  std::mt19937_64 random_;
-
-  std::uint8_t piccSettings_ = 0x0F;
-  std::vector<StoredKey> piccKeys_;        // the card master key alone
-  std::vector<Application> applications_;  // in creation order
-  std::uint64_t usedMemory_ = 0;
-
-  std::optional<Aid> selected_;  // none: card (PICC) level
-  std::optional<Session> session_;
-  std::optional<PendingAuthentication> pendingAuthentication_;
-  std::optional<IncomingWrite> incoming_;
-  std::deque<OutgoingFrame> outgoing_;
+  CardState state_;
 };
-
-// Little-endian fields of the native commands.
-std::uint32_t ReadU24(Data data, std::size_t at);
-std::int32_t ReadS32(Data data, std::size_t at);
-void AppendU24(Bytes& out, std::uint32_t value);
-void AppendS32(Bytes& out, std::int32_t value);
 
 }  // namespace lumivex::sim::desfire

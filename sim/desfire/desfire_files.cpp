@@ -1,5 +1,4 @@
-// The simulated DESFire card: creating, listing, describing, changing and deleting files, and the
-// access rules that every file command shares.
+// The simulated DESFire card: creating, listing, describing, changing and deleting files.
 #include <algorithm>
 
 #include "crypto/secure_memory.h"
@@ -51,52 +50,23 @@ bool DescribeFile(std::uint8_t command, Data data, File& file) {
 
 }  // namespace
 
-Grant DesfireCard::Access(const File& file, std::initializer_list<std::uint8_t> rights) const {
-  const auto any = [&](auto predicate) {
-    return std::any_of(rights.begin(), rights.end(), predicate);
-  };
-  // A free right is always used plain; a key right carries the file's communication settings.
-  if (any([](std::uint8_t right) { return right == kRightFree; })) return {kOk, Comm::kPlain};
-  if (session_ && any([&](std::uint8_t right) { return right == session_->keyNumber; })) {
-    return {kOk, file.comm()};
-  }
-  if (!any([](std::uint8_t right) { return right != kRightNever; })) {
-    return {kPermissionDenied, Comm::kPlain};
-  }
-  return {kAuthenticationError, Comm::kPlain};
-}
-
 Status DesfireCard::RequireFileManagement() const {
-  if ((CurrentSettings() & kFreeCreateDelete) == 0 && !AuthenticatedWith(0)) {
+  if ((state_.CurrentSettings() & kFreeCreateDelete) == 0 && !state_.session.AuthenticatedWith(0)) {
     return kAuthenticationError;
   }
   return kOk;
 }
 
 Status DesfireCard::RequireDirectoryAccess() const {
-  if ((CurrentSettings() & kFreeDirectoryAccess) == 0 && !AuthenticatedWith(0)) {
+  if ((state_.CurrentSettings() & kFreeDirectoryAccess) == 0 &&
+      !state_.session.AuthenticatedWith(0)) {
     return kAuthenticationError;
   }
   return kOk;
 }
 
-File* DesfireCard::FindFile(Data data, Status& status) {
-  Application* app = Selected();
-  if (app == nullptr) {
-    status = kPermissionDenied;  // files live in applications, not at card level
-    return nullptr;
-  }
-  auto found = app->files.find(data[0]);
-  if (found == app->files.end()) {
-    status = kFileNotFound;
-    return nullptr;
-  }
-  status = kOk;
-  return &found->second;
-}
-
 Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
-  Application* app = Selected();
+  Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (data.size() != CreateLength(command)) return {kLengthError, {}};
   if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
@@ -111,26 +81,26 @@ Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
   if (app->files.contains(number)) return {kDuplicateError, {}};
   if (app->files.size() >= kMaxFiles) return {kCountError, {}};
   const std::uint64_t cost = FileCost(file);
-  if (cost > FreeMemory()) return {kOutOfMemory, {}};
+  if (cost > state_.contents.FreeMemory()) return {kOutOfMemory, {}};
   if (file.type == FileType::kStdData || file.type == FileType::kBackupData) {
     file.data.assign(file.size, 0);
   }
   app->files.emplace(number, std::move(file));
-  usedMemory_ += cost;
+  state_.contents.usedMemory += cost;
   return {kOk, {}};
 }
 
 Reply DesfireCard::DeleteFile(Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
   // The file's memory stays taken until the card is formatted.
-  if (Selected()->files.erase(data[0]) == 0) return {kFileNotFound, {}};
+  if (state_.Selected()->files.erase(data[0]) == 0) return {kFileNotFound, {}};
   return {kOk, {}};
 }
 
 Reply DesfireCard::GetFileIds(Data data) {
-  const Application* app = Selected();
+  const Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
   if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
@@ -140,11 +110,11 @@ Reply DesfireCard::GetFileIds(Data data) {
 }
 
 Reply DesfireCard::GetFileSettings(Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
   Status status = kOk;
-  const File* file = FindFile(data, status);
+  const File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
 
   Bytes out{static_cast<std::uint8_t>(file->type), file->commByte};
@@ -174,7 +144,7 @@ Reply DesfireCard::GetFileSettings(Data data) {
 Reply DesfireCard::ChangeFileSettings(Data data) {
   if (data.empty()) return {kLengthError, {}};
   Status status = kOk;
-  File* file = FindFile(data, status);
+  File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
 
   const std::uint8_t change = file->rights.change;
@@ -186,9 +156,9 @@ Reply DesfireCard::ChangeFileSettings(Data data) {
     std::copy_n(data.begin() + 1, 3, settings.begin());
   } else {
     // Key right: the settings come enciphered with the session key (settings, CRC, zeros).
-    if (!AuthenticatedWith(change)) return {kAuthenticationError, {}};
+    if (!state_.session.AuthenticatedWith(change)) return {kAuthenticationError, {}};
     if (data.size() != 9) return {kLengthError, {}};
-    Bytes plain = SessionCipher().FromReader(data.subspan(1));
+    Bytes plain = state_.session.Cipher().FromReader(data.subspan(1));
     const std::uint16_t crc = Crc16(std::span<const std::uint8_t>(plain).first(3));
     const bool valid = plain[3] == (crc & 0xFF) && plain[4] == (crc >> 8) && plain[5] == 0 &&
                        plain[6] == 0 && plain[7] == 0;
