@@ -1,13 +1,19 @@
-// The simulated DESFire card: card-level commands (format, applications, selection, free memory).
-#include <algorithm>
+// The simulated DESFire card: card-level commands (version, format, applications, selection, free
+// memory).
+#include "sim/desfire/desfire_applications.h"
 
-#include "sim/desfire/desfire_card_impl.h"
+#include <algorithm>
+#include <array>
 
 namespace lumivex::sim::desfire {
 
 namespace {
 
 constexpr Aid kPiccAid{0, 0, 0};
+// Batch number and production week/year of every simulated card.
+constexpr std::array<std::uint8_t, 5> kBatch{0xBA, 0x7C, 0x51, 0x26, 0x40};
+constexpr std::uint8_t kProductionWeek = 0x24;
+constexpr std::uint8_t kProductionYear = 0x19;
 constexpr std::size_t kAidsPerFrame = 19;  // GetApplicationIDs answers 19 identifiers a frame
 
 Aid AidOf(Data data) {
@@ -16,7 +22,20 @@ Aid AidOf(Data data) {
 
 }  // namespace
 
-Reply DesfireCard::FormatPicc(Data data) {
+Reply ApplicationCommands::GetVersion(Data data) {
+  if (!data.empty()) return {kLengthError, {}};
+  const std::uint8_t storage = state_.options.storageCode;
+  Bytes production(state_.options.uid.begin(), state_.options.uid.end());
+  production.insert(production.end(), kBatch.begin(), kBatch.end());
+  production.push_back(kProductionWeek);
+  production.push_back(kProductionYear);
+  state_.exchanges.outgoing.push_back(
+      {kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x04, storage, 0x05}});
+  state_.exchanges.outgoing.push_back({kOk, std::move(production)});
+  return {kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x00, storage, 0x05}};
+}
+
+Reply ApplicationCommands::FormatPicc(Data data) {
   if (!data.empty()) return {kLengthError, {}};
   if (!state_.AtPiccLevel()) return {kPermissionDenied, {}};
   if (!state_.session.AuthenticatedWith(0)) return {kAuthenticationError, {}};
@@ -25,7 +44,7 @@ Reply DesfireCard::FormatPicc(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::CreateApplication(Data data) {
+Reply ApplicationCommands::CreateApplication(Data data) {
   if (data.size() != 5) return {kLengthError, {}};
   if (!state_.AtPiccLevel()) return {kPermissionDenied, {}};
   if ((state_.contents.settings & kFreeCreateDelete) == 0 && !state_.session.AuthenticatedWith(0)) {
@@ -52,7 +71,7 @@ Reply DesfireCard::CreateApplication(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::DeleteApplication(Data data) {
+Reply ApplicationCommands::DeleteApplication(Data data) {
   if (data.size() != 3) return {kLengthError, {}};
   const Aid aid = AidOf(data);
   if (aid == kPiccAid) return {kParameterError, {}};
@@ -71,7 +90,7 @@ Reply DesfireCard::DeleteApplication(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::GetApplicationIds(Data data) {
+Reply ApplicationCommands::GetApplicationIds(Data data) {
   if (!data.empty()) return {kLengthError, {}};
   if (!state_.AtPiccLevel()) return {kPermissionDenied, {}};
   if ((state_.contents.settings & kFreeDirectoryAccess) == 0 &&
@@ -84,7 +103,7 @@ Reply DesfireCard::GetApplicationIds(Data data) {
   return state_.exchanges.Chain(std::move(ids), kAidsPerFrame * 3);
 }
 
-Reply DesfireCard::SelectApplication(Data data) {
+Reply ApplicationCommands::SelectApplication(Data data) {
   if (data.size() != 3) return {kLengthError, {}};
   // Leaving (or re-entering) an application ends its transaction and the authentication.
   state_.AbortTransaction();
@@ -99,7 +118,7 @@ Reply DesfireCard::SelectApplication(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::GetFreeMemory(Data data) {
+Reply ApplicationCommands::GetFreeMemory(Data data) {
   if (!data.empty()) return {kLengthError, {}};
   Bytes answer;
   AppendU24(answer, static_cast<std::uint32_t>(

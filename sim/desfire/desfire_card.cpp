@@ -1,5 +1,5 @@
-// The simulated DESFire card: ISO 7816-4 unwrapping, the native command dispatcher, the frames that
-// continue an exchange, and GetVersion.
+// The simulated DESFire card: ISO 7816-4 unwrapping, the native command dispatcher and the frames
+// that continue an exchange.
 #include "sim/desfire/desfire_card.h"
 
 #include "sim/desfire/desfire_card_impl.h"
@@ -19,11 +19,6 @@ namespace {
 constexpr std::uint8_t kWrappedClass = 0x90;
 constexpr std::uint8_t kReaderClass = 0xFF;
 constexpr std::uint8_t kContinue = 0xAF;
-
-// Batch number and production week/year of every simulated card.
-constexpr std::array<std::uint8_t, 5> kBatch{0xBA, 0x7C, 0x51, 0x26, 0x40};
-constexpr std::uint8_t kProductionWeek = 0x24;
-constexpr std::uint8_t kProductionYear = 0x19;
 
 std::vector<std::uint8_t> IsoStatus(std::uint8_t sw1, std::uint8_t sw2) {
   return {sw1, sw2};
@@ -82,61 +77,61 @@ Reply DesfireCard::Execute(std::uint8_t command, Data data) {
   if (data.size() > kMaxFrameData) return {kLengthError, {}};
   switch (command) {
     case 0x0A:
-      return Authenticate(data);
+      return keys_.Authenticate(data);
     case 0xC4:
-      return ChangeKey(data);
+      return keys_.ChangeKey(data);
     case 0x54:
-      return ChangeKeySettings(data);
+      return keys_.ChangeKeySettings(data);
     case 0x45:
-      return GetKeySettings(data);
+      return keys_.GetKeySettings(data);
     case 0x64:
-      return GetKeyVersion(data);
+      return keys_.GetKeyVersion(data);
     case 0x60:
-      return GetVersion(data);
+      return applications_.GetVersion(data);
     case 0xFC:
-      return FormatPicc(data);
+      return applications_.FormatPicc(data);
     case 0xCA:
-      return CreateApplication(data);
+      return applications_.CreateApplication(data);
     case 0xDA:
-      return DeleteApplication(data);
+      return applications_.DeleteApplication(data);
     case 0x6A:
-      return GetApplicationIds(data);
+      return applications_.GetApplicationIds(data);
     case 0x5A:
-      return SelectApplication(data);
+      return applications_.SelectApplication(data);
     case 0x6E:
-      return GetFreeMemory(data);
+      return applications_.GetFreeMemory(data);
     case 0xCD:
     case 0xCB:
     case 0xCC:
     case 0xC1:
     case 0xC0:
-      return CreateFile(command, data);
+      return files_.CreateFile(command, data);
     case 0xDF:
-      return DeleteFile(data);
+      return files_.DeleteFile(data);
     case 0x6F:
-      return GetFileIds(data);
+      return files_.GetFileIds(data);
     case 0xF5:
-      return GetFileSettings(data);
+      return files_.GetFileSettings(data);
     case 0x5F:
-      return ChangeFileSettings(data);
+      return files_.ChangeFileSettings(data);
     case 0xBD:
     case 0xBB:
-      return ReadData(command, data);
+      return data_.ReadData(command, data);
     case 0x3D:
     case 0x3B:
-      return StartWrite(command, data);
+      return data_.StartWrite(command, data);
     case 0xEB:
-      return ClearRecordFile(data);
+      return data_.ClearRecordFile(data);
     case 0x6C:
-      return GetValue(data);
+      return values_.GetValue(data);
     case 0x0C:
     case 0xDC:
     case 0x1C:
-      return ChangeValue(command, data);
+      return values_.ChangeValue(command, data);
     case 0xC7:
-      return CommitTransaction(data);
+      return values_.CommitTransaction(data);
     case 0xA7:
-      return AbortTransactionCommand(data);
+      return values_.AbortTransaction(data);
     default:
       return {kIllegalCommand, {}};
   }
@@ -152,22 +147,9 @@ Reply DesfireCard::Continue(Data data) {
     state_.exchanges.outgoing.pop_front();
     return {frame.status, std::move(frame.data)};
   }
-  if (state_.exchanges.authentication) return FinishAuthentication(data);
-  if (state_.exchanges.write) return ContinueWrite(data);
+  if (state_.exchanges.authentication) return keys_.FinishAuthentication(data);
+  if (state_.exchanges.write) return data_.ContinueWrite(data);
   return {kCommandAborted, {}};  // nothing to continue
-}
-
-Reply DesfireCard::GetVersion(Data data) {
-  if (!data.empty()) return {kLengthError, {}};
-  const std::uint8_t storage = state_.options.storageCode;
-  Bytes production(state_.options.uid.begin(), state_.options.uid.end());
-  production.insert(production.end(), kBatch.begin(), kBatch.end());
-  production.push_back(kProductionWeek);
-  production.push_back(kProductionYear);
-  state_.exchanges.outgoing.push_back(
-      {kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x04, storage, 0x05}});
-  state_.exchanges.outgoing.push_back({kOk, std::move(production)});
-  return {kAdditionalFrame, {0x04, 0x01, 0x01, 0x01, 0x00, storage, 0x05}};
 }
 
 void DesfireCard::PowerCycle() {

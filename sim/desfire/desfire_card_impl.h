@@ -1,26 +1,27 @@
-// Internal to the simulated DESFire card: the card object, with one member per native command
-// working on the card's state (desfire_state.h). The members are spread over the desfire_*.cpp
-// files by concern.
+// Internal to the simulated DESFire card: the card as the reader sees it. It unwraps the frames,
+// hands each native command to the handler of its concern and continues the exchanges that span
+// several frames; every handler works on the one card state.
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <deque>
-#include <memory>
-#include <optional>
-#include <random>
 #include <span>
 #include <vector>
 
+#include "sim/desfire/desfire_applications.h"
 #include "sim/desfire/desfire_card.h"
+#include "sim/desfire/desfire_data.h"
+#include "sim/desfire/desfire_files.h"
+#include "sim/desfire/desfire_keys.h"
 #include "sim/desfire/desfire_model.h"
 #include "sim/desfire/desfire_state.h"
+#include "sim/desfire/desfire_values.h"
 
 namespace lumivex::sim::desfire {
 
 class DesfireCard final : public SimCard {
  public:
   explicit DesfireCard(const DesfireOptions& options);
+  // The handlers keep a reference to the state of this card.
   DesfireCard(const DesfireCard&) = delete;
   DesfireCard& operator=(const DesfireCard&) = delete;
 
@@ -30,52 +31,17 @@ class DesfireCard final : public SimCard {
   void PowerCycle() override;
 
  private:
-  // Dispatch and frames (desfire_card.cpp).
+  // A native command: ends the exchange under way, then goes to its handler.
   Reply Execute(std::uint8_t command, Data data);
+  // 90 AF: the next frame of a chained answer, of an authentication or of a write.
   Reply Continue(Data data);
-  Reply GetVersion(Data data);
-
-  // Keys and authentication (desfire_keys.cpp).
-  Reply Authenticate(Data data);
-  Reply FinishAuthentication(Data data);
-  Reply ChangeKey(Data data);
-  Reply ChangeKeySettings(Data data);
-  Reply GetKeySettings(Data data);
-  Reply GetKeyVersion(Data data);
-
-  // Card and applications (desfire_applications.cpp).
-  Reply FormatPicc(Data data);
-  Reply CreateApplication(Data data);
-  Reply DeleteApplication(Data data);
-  Reply GetApplicationIds(Data data);
-  Reply SelectApplication(Data data);
-  Reply GetFreeMemory(Data data);
-
-  // Files (desfire_files.cpp).
-  [[nodiscard]] Status RequireFileManagement() const;
-  [[nodiscard]] Status RequireDirectoryAccess() const;
-  Reply CreateFile(std::uint8_t command, Data data);
-  Reply DeleteFile(Data data);
-  Reply GetFileIds(Data data);
-  Reply GetFileSettings(Data data);
-  Reply ChangeFileSettings(Data data);
-
-  // Data and records (desfire_data.cpp).
-  Reply ReadData(std::uint8_t command, Data data);
-  Reply StartWrite(std::uint8_t command, Data data);
-  Reply ContinueWrite(Data data);
-  // Takes the data received so far: complete, wait for the next frame, or refuse.
-  Reply CollectWrite(IncomingWrite write, bool frameFull);
-  Reply FinishWrite(IncomingWrite& write);
-  Reply ClearRecordFile(Data data);
-
-  // Values and transactions (desfire_values.cpp).
-  Reply GetValue(Data data);
-  Reply ChangeValue(std::uint8_t command, Data data);
-  Reply CommitTransaction(Data data);
-  Reply AbortTransactionCommand(Data data);
 
   CardState state_;
+  KeyCommands keys_{state_};
+  ApplicationCommands applications_{state_};
+  FileCommands files_{state_};
+  DataCommands data_{state_};
+  ValueCommands values_{state_};
 };
 
 }  // namespace lumivex::sim::desfire

@@ -1,7 +1,7 @@
 // The simulated DESFire card: reading and writing data and record files over chained frames.
-#include <algorithm>
+#include "sim/desfire/desfire_data.h"
 
-#include "sim/desfire/desfire_card_impl.h"
+#include <algorithm>
 
 namespace lumivex::sim::desfire {
 
@@ -34,7 +34,7 @@ std::size_t SecuredLength(std::size_t length, Comm comm) {
 
 }  // namespace
 
-Reply DesfireCard::ReadData(std::uint8_t command, Data data) {
+Reply DataCommands::ReadData(std::uint8_t command, Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != kHeader) return {kLengthError, {}};
   Status status = kOk;
@@ -69,7 +69,7 @@ Reply DesfireCard::ReadData(std::uint8_t command, Data data) {
   return state_.exchanges.Chain(state_.session.Secure(std::move(out), grant.comm));
 }
 
-Reply DesfireCard::StartWrite(std::uint8_t command, Data data) {
+Reply DataCommands::StartWrite(std::uint8_t command, Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() < kHeader) return {kLengthError, {}};
   Status status = kOk;
@@ -105,7 +105,7 @@ Reply DesfireCard::StartWrite(std::uint8_t command, Data data) {
   return CollectWrite(std::move(write), data.size() >= kFirstFrameFull);
 }
 
-Reply DesfireCard::ContinueWrite(Data data) {
+Reply DataCommands::ContinueWrite(Data data) {
   IncomingWrite write = std::move(*state_.exchanges.write);
   state_.exchanges.write.reset();
   if (data.size() > kMaxFrameData) return {kLengthError, {}};
@@ -113,7 +113,7 @@ Reply DesfireCard::ContinueWrite(Data data) {
   return CollectWrite(std::move(write), data.size() >= kMaxFrameData);
 }
 
-Reply DesfireCard::CollectWrite(IncomingWrite write, bool frameFull) {
+Reply DataCommands::CollectWrite(IncomingWrite write, bool frameFull) {
   if (write.received.size() > write.expected) return {kLengthError, {}};
   if (write.received.size() == write.expected) return FinishWrite(write);
   if (frameFull) {
@@ -125,7 +125,7 @@ Reply DesfireCard::CollectWrite(IncomingWrite write, bool frameFull) {
   return {write.comm == Comm::kPlain ? kLengthError : kIntegrityError, {}};
 }
 
-Reply DesfireCard::FinishWrite(IncomingWrite& write) {
+Reply DataCommands::FinishWrite(IncomingWrite& write) {
   Bytes plain;
   const Status status = state_.session.Unwrap(write.received, write.length, write.comm, plain);
   if (status != kOk) return {status, {}};
@@ -150,7 +150,7 @@ Reply DesfireCard::FinishWrite(IncomingWrite& write) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::ClearRecordFile(Data data) {
+Reply DataCommands::ClearRecordFile(Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   Status status = kOk;

@@ -1,8 +1,9 @@
 // The simulated DESFire card: creating, listing, describing, changing and deleting files.
+#include "sim/desfire/desfire_files.h"
+
 #include <algorithm>
 
 #include "crypto/secure_memory.h"
-#include "sim/desfire/desfire_card_impl.h"
 
 namespace lumivex::sim::desfire {
 
@@ -50,14 +51,14 @@ bool DescribeFile(std::uint8_t command, Data data, File& file) {
 
 }  // namespace
 
-Status DesfireCard::RequireFileManagement() const {
+Status FileCommands::RequireFileManagement() const {
   if ((state_.CurrentSettings() & kFreeCreateDelete) == 0 && !state_.session.AuthenticatedWith(0)) {
     return kAuthenticationError;
   }
   return kOk;
 }
 
-Status DesfireCard::RequireDirectoryAccess() const {
+Status FileCommands::RequireDirectoryAccess() const {
   if ((state_.CurrentSettings() & kFreeDirectoryAccess) == 0 &&
       !state_.session.AuthenticatedWith(0)) {
     return kAuthenticationError;
@@ -65,7 +66,7 @@ Status DesfireCard::RequireDirectoryAccess() const {
   return kOk;
 }
 
-Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
+Reply FileCommands::CreateFile(std::uint8_t command, Data data) {
   Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (data.size() != CreateLength(command)) return {kLengthError, {}};
@@ -90,7 +91,7 @@ Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::DeleteFile(Data data) {
+Reply FileCommands::DeleteFile(Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
@@ -99,7 +100,7 @@ Reply DesfireCard::DeleteFile(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::GetFileIds(Data data) {
+Reply FileCommands::GetFileIds(Data data) {
   const Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
@@ -109,7 +110,7 @@ Reply DesfireCard::GetFileIds(Data data) {
   return {kOk, std::move(ids)};
 }
 
-Reply DesfireCard::GetFileSettings(Data data) {
+Reply FileCommands::GetFileSettings(Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
@@ -141,7 +142,7 @@ Reply DesfireCard::GetFileSettings(Data data) {
   return {kOk, std::move(out)};
 }
 
-Reply DesfireCard::ChangeFileSettings(Data data) {
+Reply FileCommands::ChangeFileSettings(Data data) {
   if (data.empty()) return {kLengthError, {}};
   Status status = kOk;
   File* file = state_.FindFile(data, status);

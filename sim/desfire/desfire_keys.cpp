@@ -1,8 +1,9 @@
 // The simulated DESFire card: native authentication (0A), key changes and key settings.
+#include "sim/desfire/desfire_keys.h"
+
 #include <algorithm>
 
 #include "crypto/secure_memory.h"
-#include "sim/desfire/desfire_card_impl.h"
 
 namespace lumivex::sim::desfire {
 
@@ -35,7 +36,7 @@ void Wipe(std::array<std::uint8_t, N>& bytes) {
 
 }  // namespace
 
-Reply DesfireCard::Authenticate(Data data) {
+Reply KeyCommands::Authenticate(Data data) {
   if (data.size() != 1) return {kLengthError, {}};
   state_.session.End();  // a new authentication always ends the current one
   const std::uint8_t keyNumber = data[0];
@@ -54,7 +55,7 @@ Reply DesfireCard::Authenticate(Data data) {
   return {kAdditionalFrame, std::move(challenge)};
 }
 
-Reply DesfireCard::FinishAuthentication(Data data) {
+Reply KeyCommands::FinishAuthentication(Data data) {
   PendingAuthentication pending = *state_.exchanges.authentication;
   state_.exchanges.Abandon();
   Reply reply{kAuthenticationError, {}};
@@ -83,7 +84,7 @@ Reply DesfireCard::FinishAuthentication(Data data) {
   return reply;
 }
 
-Reply DesfireCard::ChangeKey(Data data) {
+Reply KeyCommands::ChangeKey(Data data) {
   if (data.size() != 25) return {kLengthError, {}};
   const std::uint8_t keyNumber = data[0];
   // At card level the high bits choose the master key's cipher: only DES and 2K3DES are here.
@@ -132,7 +133,7 @@ Reply DesfireCard::ChangeKey(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::ChangeKeySettings(Data data) {
+Reply KeyCommands::ChangeKeySettings(Data data) {
   if (data.size() != 8) return {kLengthError, {}};
   if (!state_.session.AuthenticatedWith(0)) return {kAuthenticationError, {}};
   std::uint8_t& settings = state_.CurrentSettings();
@@ -149,7 +150,7 @@ Reply DesfireCard::ChangeKeySettings(Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::GetKeySettings(Data data) {
+Reply KeyCommands::GetKeySettings(Data data) {
   if (!data.empty()) return {kLengthError, {}};
   const std::uint8_t settings = state_.CurrentSettings();
   if ((settings & kFreeDirectoryAccess) == 0 && !state_.session.AuthenticatedWith(0)) {
@@ -158,7 +159,7 @@ Reply DesfireCard::GetKeySettings(Data data) {
   return {kOk, {settings, static_cast<std::uint8_t>(state_.CurrentKeys().size())}};
 }
 
-Reply DesfireCard::GetKeyVersion(Data data) {
+Reply KeyCommands::GetKeyVersion(Data data) {
   if (data.size() != 1) return {kLengthError, {}};
   const std::vector<StoredKey>& keys = state_.CurrentKeys();
   const std::uint8_t keyNumber = state_.AtPiccLevel() ? data[0] & 0x3F : data[0];

@@ -1,8 +1,8 @@
 // The simulated DESFire card: value files (get, credit, debit, limited credit) and the transaction
 // that backup, value and record files share (commit, abort).
-#include <algorithm>
+#include "sim/desfire/desfire_values.h"
 
-#include "sim/desfire/desfire_card_impl.h"
+#include <algorithm>
 
 namespace lumivex::sim::desfire {
 
@@ -27,7 +27,7 @@ std::size_t SecuredAmountLength(Comm comm) {
 
 }  // namespace
 
-Reply DesfireCard::GetValue(Data data) {
+Reply ValueCommands::GetValue(Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   Status status = kOk;
@@ -46,7 +46,7 @@ Reply DesfireCard::GetValue(Data data) {
   return {kOk, state_.session.Secure(std::move(value), grant.comm)};
 }
 
-Reply DesfireCard::ChangeValue(std::uint8_t command, Data data) {
+Reply ValueCommands::ChangeValue(std::uint8_t command, Data data) {
   if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.empty()) return {kLengthError, {}};
   Status status = kOk;
@@ -101,7 +101,7 @@ Reply DesfireCard::ChangeValue(std::uint8_t command, Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::CommitTransaction(Data data) {
+Reply ValueCommands::CommitTransaction(Data data) {
   Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
@@ -114,7 +114,7 @@ Reply DesfireCard::CommitTransaction(Data data) {
   return {changed ? kOk : kNoChanges, {}};
 }
 
-Reply DesfireCard::AbortTransactionCommand(Data data) {
+Reply ValueCommands::AbortTransaction(Data data) {
   Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
