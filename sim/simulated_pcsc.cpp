@@ -42,55 +42,56 @@ PcscLong CopyOut(std::span<const std::uint8_t> value, std::uint8_t* buffer, Pcsc
 }  // namespace
 
 SimulatedPcsc::SimulatedPcsc(std::string readerName, std::uint64_t seed)
-    : readerName_(std::move(readerName)), reader_(seed) {}
+    : readerName_(std::move(readerName)), slot_(seed) {}
 
 void SimulatedPcsc::InsertCard(std::shared_ptr<SimCard> card) {
   std::lock_guard lock(mutex_);
-  ++cardGeneration_;
-  reader_.InsertCard(std::move(card));
+  ++slot_.cardGeneration;
+  slot_.reader.InsertCard(std::move(card));
 }
 
 void SimulatedPcsc::RemoveCard() {
   std::lock_guard lock(mutex_);
-  ++cardGeneration_;
-  reader_.RemoveCard();
+  ++slot_.cardGeneration;
+  slot_.reader.RemoveCard();
 }
 
 std::size_t SimulatedPcsc::openContexts() const {
   std::lock_guard lock(mutex_);
-  return contexts_.size();
+  return handles_.contexts.size();
 }
 
 std::size_t SimulatedPcsc::openConnections() const {
   std::lock_guard lock(mutex_);
-  return connections_.size();
+  return handles_.connections.size();
 }
 
 std::size_t SimulatedPcsc::transmitCount() const {
   std::lock_guard lock(mutex_);
-  return transmits_;
+  return slot_.transmits;
 }
 
 PcscLong SimulatedPcsc::EstablishContext(PcscDword scope, PcscContext* context) {
   std::lock_guard lock(mutex_);
   if (context == nullptr) return Result(scard::E_INVALID_PARAMETER);
   if (scope > scard::SCOPE_SYSTEM) return Result(scard::E_INVALID_VALUE);
-  *context = nextContext_++;
-  contexts_[*context] = true;
+  *context = handles_.nextContext++;
+  handles_.contexts[*context] = true;
   return Result(scard::S_SUCCESS);
 }
 
 PcscLong SimulatedPcsc::ReleaseContext(PcscContext context) {
   std::lock_guard lock(mutex_);
-  if (contexts_.erase(context) == 0) return Result(scard::E_INVALID_HANDLE);
+  if (handles_.contexts.erase(context) == 0) return Result(scard::E_INVALID_HANDLE);
   // Releasing a context ends the card connections made through it.
-  std::erase_if(connections_, [&](const auto& entry) { return entry.second.context == context; });
+  std::erase_if(handles_.connections,
+                [&](const auto& entry) { return entry.second.context == context; });
   return Result(scard::S_SUCCESS);
 }
 
 PcscLong SimulatedPcsc::ListReaders(PcscContext context, char* readers, PcscDword* length) {
   std::lock_guard lock(mutex_);
-  if (!contexts_.contains(context)) return Result(scard::E_INVALID_HANDLE);
+  if (!handles_.contexts.contains(context)) return Result(scard::E_INVALID_HANDLE);
   if (length == nullptr) return Result(scard::E_INVALID_PARAMETER);
   // One name, its zero, and the zero that ends the list.
   std::vector<std::uint8_t> list(readerName_.begin(), readerName_.end());
@@ -103,7 +104,7 @@ PcscLong SimulatedPcsc::Connect(PcscContext context, const std::string& reader, 
                                 PcscDword preferredProtocols, PcscHandle* card,
                                 PcscDword* activeProtocol) {
   std::lock_guard lock(mutex_);
-  if (!contexts_.contains(context)) return Result(scard::E_INVALID_HANDLE);
+  if (!handles_.contexts.contains(context)) return Result(scard::E_INVALID_HANDLE);
   if (card == nullptr || activeProtocol == nullptr) return Result(scard::E_INVALID_PARAMETER);
   if (reader != readerName_) return Result(scard::E_UNKNOWN_READER);
   Connection connection;
@@ -111,9 +112,9 @@ PcscLong SimulatedPcsc::Connect(PcscContext context, const std::string& reader, 
   connection.shareMode = shareMode;
   const PcscLong admitted = Admit(connection, preferredProtocols, 0);
   if (admitted != Result(scard::S_SUCCESS)) return admitted;
-  *card = nextHandle_++;
+  *card = handles_.nextHandle++;
   *activeProtocol = connection.protocol;
-  connections_[*card] = connection;
+  handles_.connections[*card] = connection;
   return Result(scard::S_SUCCESS);
 }
 
@@ -122,19 +123,19 @@ PcscLong SimulatedPcsc::Reconnect(PcscHandle card, PcscDword shareMode,
                                   PcscDword* activeProtocol) {
   constexpr PcscDword kUnpowerCard = 2;
   std::lock_guard lock(mutex_);
-  const auto found = connections_.find(card);
-  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  const auto found = handles_.connections.find(card);
+  if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
   if (activeProtocol == nullptr) return Result(scard::E_INVALID_PARAMETER);
   if (initialization > kUnpowerCard) return Result(scard::E_INVALID_VALUE);
-  if (!reader_.HasCard()) return Result(scard::W_REMOVED_CARD);
+  if (!slot_.reader.HasCard()) return Result(scard::W_REMOVED_CARD);
   Connection renewed = found->second;
   renewed.shareMode = shareMode;
   const PcscLong admitted = Admit(renewed, preferredProtocols, card);
   if (admitted != Result(scard::S_SUCCESS)) return admitted;
-  const bool sameCard = found->second.cardGeneration == cardGeneration_;
+  const bool sameCard = found->second.cardGeneration == slot_.cardGeneration;
   found->second = renewed;
   *activeProtocol = renewed.protocol;
-  if (sameCard && initialization != scard::LEAVE_CARD) reader_.PowerCycle();
+  if (sameCard && initialization != scard::LEAVE_CARD) slot_.reader.PowerCycle();
   return Result(scard::S_SUCCESS);
 }
 
@@ -148,13 +149,13 @@ PcscLong SimulatedPcsc::Admit(Connection& connection, PcscDword preferredProtoco
   if ((preferredProtocols & (scard::PROTOCOL_T0 | scard::PROTOCOL_T1)) == 0) {
     return Result(scard::E_PROTO_MISMATCH);
   }
-  if (!reader_.HasCard()) return Result(scard::E_NO_SMARTCARD);
-  const PcscDword allowed = preferredProtocols & offeredProtocols_;
+  if (!slot_.reader.HasCard()) return Result(scard::E_NO_SMARTCARD);
+  const PcscDword allowed = preferredProtocols & slot_.offeredProtocols;
   if ((allowed & (scard::PROTOCOL_T0 | scard::PROTOCOL_T1)) == 0) {
     return Result(scard::E_PROTO_MISMATCH);
   }
-  for (const auto& [handle, other] : connections_) {
-    if (handle == except || other.cardGeneration != cardGeneration_) continue;
+  for (const auto& [handle, other] : handles_.connections) {
+    if (handle == except || other.cardGeneration != slot_.cardGeneration) continue;
     if (connection.shareMode == scard::SHARE_EXCLUSIVE ||
         other.shareMode == scard::SHARE_EXCLUSIVE) {
       return Result(scard::E_SHARING_VIOLATION);
@@ -163,33 +164,33 @@ PcscLong SimulatedPcsc::Admit(Connection& connection, PcscDword preferredProtoco
   // A contactless card usually offers both protocols; T=1 is chosen when both sides allow it.
   connection.protocol =
       (allowed & scard::PROTOCOL_T1) != 0 ? scard::PROTOCOL_T1 : scard::PROTOCOL_T0;
-  connection.cardGeneration = cardGeneration_;
+  connection.cardGeneration = slot_.cardGeneration;
   return Result(scard::S_SUCCESS);
 }
 
 void SimulatedPcsc::SetOfferedProtocols(PcscDword protocols) {
   std::lock_guard lock(mutex_);
-  offeredProtocols_ = protocols;
+  slot_.offeredProtocols = protocols;
 }
 
 PcscLong SimulatedPcsc::Disconnect(PcscHandle card, PcscDword disposition) {
   std::lock_guard lock(mutex_);
-  const auto found = connections_.find(card);
-  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  const auto found = handles_.connections.find(card);
+  if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
   if (disposition > kLastDisposition) return Result(scard::E_INVALID_VALUE);
-  const bool current = found->second.cardGeneration == cardGeneration_;
-  connections_.erase(found);
+  const bool current = found->second.cardGeneration == slot_.cardGeneration;
+  handles_.connections.erase(found);
   // Reset, unpower and eject all take the card's power away: its authentication is lost.
-  if (current && disposition != scard::LEAVE_CARD) reader_.PowerCycle();
+  if (current && disposition != scard::LEAVE_CARD) slot_.reader.PowerCycle();
   return Result(scard::S_SUCCESS);
 }
 
 PcscLong SimulatedPcsc::Status(PcscHandle card, std::string* readerName, PcscDword* state,
                                PcscDword* protocol, std::uint8_t* atr, PcscDword* atrLength) {
   std::lock_guard lock(mutex_);
-  const auto found = connections_.find(card);
-  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
-  if (found->second.cardGeneration != cardGeneration_ || !reader_.HasCard()) {
+  const auto found = handles_.connections.find(card);
+  if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
+  if (found->second.cardGeneration != slot_.cardGeneration || !slot_.reader.HasCard()) {
     return Result(scard::W_REMOVED_CARD);
   }
   if (readerName != nullptr) *readerName = readerName_;
@@ -199,15 +200,15 @@ PcscLong SimulatedPcsc::Status(PcscHandle card, std::string* readerName, PcscDwo
   if (protocol != nullptr) *protocol = found->second.protocol;
   if (atrLength == nullptr)
     return Result(atr == nullptr ? scard::S_SUCCESS : scard::E_INVALID_PARAMETER);
-  return CopyOut(reader_.card()->Atr(), atr, atrLength);
+  return CopyOut(slot_.reader.card()->Atr(), atr, atrLength);
 }
 
 PcscLong SimulatedPcsc::GetAttrib(PcscHandle card, PcscDword attributeId, std::uint8_t* buffer,
                                   PcscDword* length) {
   std::lock_guard lock(mutex_);
-  const auto found = connections_.find(card);
-  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
-  if (found->second.cardGeneration != cardGeneration_ || !reader_.HasCard()) {
+  const auto found = handles_.connections.find(card);
+  if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
+  if (found->second.cardGeneration != slot_.cardGeneration || !slot_.reader.HasCard()) {
     return Result(scard::W_REMOVED_CARD);
   }
   std::vector<std::uint8_t> value;
@@ -228,7 +229,7 @@ PcscLong SimulatedPcsc::GetAttrib(PcscHandle card, PcscDword attributeId, std::u
       value = Text(kSerialNumber);
       break;
     case scard::ATTR_ATR_STRING:
-      value = reader_.card()->Atr();
+      value = slot_.reader.card()->Atr();
       break;
     default:
       return Result(scard::E_UNSUPPORTED_FEATURE);
@@ -241,21 +242,21 @@ PcscLong SimulatedPcsc::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
                                  PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
                                  PcscDword* recvLength) {
   std::lock_guard lock(mutex_);
-  const auto found = connections_.find(card);
-  if (found == connections_.end()) return Result(scard::E_INVALID_HANDLE);
+  const auto found = handles_.connections.find(card);
+  if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
   // An empty command goes to the card like any other (the card answers 6700), as pcsc-lite does.
   if (sendPci == nullptr || (sendBuffer == nullptr && sendLength != 0) || recvBuffer == nullptr ||
       recvLength == nullptr) {
     return Result(scard::E_INVALID_PARAMETER);
   }
-  if (found->second.cardGeneration != cardGeneration_ || !reader_.HasCard()) {
+  if (found->second.cardGeneration != slot_.cardGeneration || !slot_.reader.HasCard()) {
     return Result(scard::W_REMOVED_CARD);
   }
   if (sendPci->dwProtocol != found->second.protocol) return Result(scard::E_PROTO_MISMATCH);
 
-  ++transmits_;
-  const Exchange exchange = reader_.Transmit(std::span(sendBuffer, sendLength));
-  if (!reader_.HasCard()) ++cardGeneration_;  // the card left the field during the frame
+  ++slot_.transmits;
+  const Exchange exchange = slot_.reader.Transmit(std::span(sendBuffer, sendLength));
+  if (!slot_.reader.HasCard()) ++slot_.cardGeneration;  // the card left the field during the frame
   if (exchange.failure) return Result(*exchange.failure);
   if (recvPci != nullptr) recvPci->dwProtocol = found->second.protocol;
   // As with a real reader, the card has carried out the command even when its answer does not fit.

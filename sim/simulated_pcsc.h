@@ -19,7 +19,7 @@ class SimulatedPcsc : public PcscApi {
 
   explicit SimulatedPcsc(std::string readerName = kDefaultReaderName, std::uint64_t seed = 1);
 
-  SimulatedReader& reader() { return reader_; }
+  SimulatedReader& reader() { return slot_.reader; }
   const std::string& readerName() const { return readerName_; }
   // Inserting or removing a card invalidates every existing card connection, as a real reader does.
   void InsertCard(std::shared_ptr<SimCard> card);
@@ -52,16 +52,27 @@ class SimulatedPcsc : public PcscApi {
   // connection (other than `except`). On success the connection's protocol is set.
   PcscLong Admit(Connection& connection, PcscDword preferredProtocols, PcscHandle except) const;
 
+  // The reader's slot: the reader and its card, the insertion that card belongs to (every insertion
+  // and removal counts one), the protocols the card accepts and the frames transmitted.
+  struct Slot {
+    explicit Slot(std::uint64_t seed) : reader(seed) {}
+    SimulatedReader reader;
+    std::uint64_t cardGeneration = 0;
+    PcscDword offeredProtocols = scard::PROTOCOL_T0 | scard::PROTOCOL_T1;
+    std::size_t transmits = 0;
+  };
+  // The contexts and card connections given out, and the numbers the next ones get.
+  struct Handles {
+    std::map<PcscContext, bool> contexts;
+    std::map<PcscHandle, Connection> connections;
+    PcscContext nextContext = 0x1000;
+    PcscHandle nextHandle = 0x2000;
+  };
+
   mutable std::mutex mutex_;
   std::string readerName_;
-  SimulatedReader reader_;
-  std::uint64_t cardGeneration_ = 0;
-  PcscDword offeredProtocols_ = scard::PROTOCOL_T0 | scard::PROTOCOL_T1;
-  std::map<PcscContext, bool> contexts_;
-  std::map<PcscHandle, Connection> connections_;
-  PcscContext nextContext_ = 0x1000;
-  PcscHandle nextHandle_ = 0x2000;
-  std::size_t transmits_ = 0;
+  Slot slot_;
+  Handles handles_;
 };
 
 }  // namespace lumivex::sim

@@ -1,9 +1,7 @@
-// The simulated DESFire card: reading and writing data and record files over chained frames, and
-// the MAC or encipherment that a file's communication settings put on the data.
-#include <algorithm>
+// The simulated DESFire card: reading and writing data and record files over chained frames.
+#include "sim/desfire/desfire_data.h"
 
-#include "crypto/secure_memory.h"
-#include "sim/desfire/desfire_card_impl.h"
+#include <algorithm>
 
 namespace lumivex::sim::desfire {
 
@@ -36,56 +34,16 @@ std::size_t SecuredLength(std::size_t length, Comm comm) {
 
 }  // namespace
 
-Bytes DesfireCard::Secure(Bytes plain, Comm comm) const {
-  if (comm == Comm::kMac) {
-    const auto mac = SessionCipher().Mac(plain);
-    plain.insert(plain.end(), mac.begin(), mac.end());
-  } else if (comm == Comm::kEnciphered) {
-    Bytes withCrc = plain;
-    AppendCrc16(withCrc, plain);
-    Bytes enciphered = SessionCipher().ToReader(withCrc);
-    crypto::SecureWipe(withCrc);
-    crypto::SecureWipe(plain);
-    return enciphered;
-  }
-  return plain;
-}
-
-Status DesfireCard::Unwrap(Data received, std::size_t length, Comm comm, Bytes& plain) const {
-  if (comm == Comm::kPlain) {
-    plain.assign(received.begin(), received.end());
-    return kOk;
-  }
-  if (!session_) return kIntegrityError;
-  if (comm == Comm::kMac) {
-    plain.assign(received.begin(), received.begin() + static_cast<std::ptrdiff_t>(length));
-    const auto mac = SessionCipher().Mac(plain);
-    return std::equal(mac.begin(), mac.end(),
-                      received.begin() + static_cast<std::ptrdiff_t>(length))
-               ? kOk
-               : kIntegrityError;
-  }
-  Bytes deciphered = SessionCipher().FromReader(received);
-  const auto body = std::span<const std::uint8_t>(deciphered);
-  const std::uint16_t crc = Crc16(body.first(length));
-  const bool valid = body[length] == (crc & 0xFF) && body[length + 1] == (crc >> 8) &&
-                     std::all_of(body.begin() + static_cast<std::ptrdiff_t>(length) + 2, body.end(),
-                                 [](std::uint8_t b) { return b == 0; });
-  plain.assign(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length));
-  crypto::SecureWipe(deciphered);
-  return valid ? kOk : kIntegrityError;
-}
-
-Reply DesfireCard::ReadData(std::uint8_t command, Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply DataCommands::ReadData(std::uint8_t command, Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != kHeader) return {kLengthError, {}};
   Status status = kOk;
-  const File* file = FindFile(data, status);
+  const File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
   if (command == kReadData ? !IsDataFile(*file) : !IsRecordFile(*file)) {
     return {kParameterError, {}};
   }
-  const Grant grant = Access(*file, {file->rights.read, file->rights.readWrite});
+  const Grant grant = state_.session.Access(*file, {file->rights.read, file->rights.readWrite});
   if (grant.status != kOk) return {grant.status, {}};
 
   const std::uint32_t offset = ReadU24(data, 1);
@@ -108,19 +66,19 @@ Reply DesfireCard::ReadData(std::uint8_t command, Data data) {
       out.insert(out.end(), file->records[i].begin(), file->records[i].end());
     }
   }
-  return Chain(Secure(std::move(out), grant.comm));
+  return state_.exchanges.Chain(state_.session.Secure(std::move(out), grant.comm));
 }
 
-Reply DesfireCard::StartWrite(std::uint8_t command, Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply DataCommands::StartWrite(std::uint8_t command, Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() < kHeader) return {kLengthError, {}};
   Status status = kOk;
-  File* file = FindFile(data, status);
+  File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
   if (command == kWriteData ? !IsDataFile(*file) : !IsRecordFile(*file)) {
     return {kParameterError, {}};
   }
-  const Grant grant = Access(*file, {file->rights.write, file->rights.readWrite});
+  const Grant grant = state_.session.Access(*file, {file->rights.write, file->rights.readWrite});
   if (grant.status != kOk) return {grant.status, {}};
 
   IncomingWrite write;
@@ -147,19 +105,19 @@ Reply DesfireCard::StartWrite(std::uint8_t command, Data data) {
   return CollectWrite(std::move(write), data.size() >= kFirstFrameFull);
 }
 
-Reply DesfireCard::ContinueWrite(Data data) {
-  IncomingWrite write = std::move(*incoming_);
-  incoming_.reset();
+Reply DataCommands::ContinueWrite(Data data) {
+  IncomingWrite write = std::move(*state_.exchanges.write);
+  state_.exchanges.write.reset();
   if (data.size() > kMaxFrameData) return {kLengthError, {}};
   write.received.insert(write.received.end(), data.begin(), data.end());
   return CollectWrite(std::move(write), data.size() >= kMaxFrameData);
 }
 
-Reply DesfireCard::CollectWrite(IncomingWrite write, bool frameFull) {
+Reply DataCommands::CollectWrite(IncomingWrite write, bool frameFull) {
   if (write.received.size() > write.expected) return {kLengthError, {}};
   if (write.received.size() == write.expected) return FinishWrite(write);
   if (frameFull) {
-    incoming_ = std::move(write);
+    state_.exchanges.write = std::move(write);
     return {kAdditionalFrame, {}};
   }
   // The reader ended its data early: for a MACed or enciphered file the MAC or the cryptogram is
@@ -167,13 +125,13 @@ Reply DesfireCard::CollectWrite(IncomingWrite write, bool frameFull) {
   return {write.comm == Comm::kPlain ? kLengthError : kIntegrityError, {}};
 }
 
-Reply DesfireCard::FinishWrite(IncomingWrite& write) {
+Reply DataCommands::FinishWrite(IncomingWrite& write) {
   Bytes plain;
-  const Status status = Unwrap(write.received, write.length, write.comm, plain);
+  const Status status = state_.session.Unwrap(write.received, write.length, write.comm, plain);
   if (status != kOk) return {status, {}};
   const std::uint8_t number[1] = {write.fileNumber};
   Status found = kOk;
-  File* file = FindFile(number, found);
+  File* file = state_.FindFile(number, found);
   if (file == nullptr) return {found, {}};
 
   const auto offset = static_cast<std::ptrdiff_t>(write.offset);
@@ -192,14 +150,14 @@ Reply DesfireCard::FinishWrite(IncomingWrite& write) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::ClearRecordFile(Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply DataCommands::ClearRecordFile(Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   Status status = kOk;
-  File* file = FindFile(data, status);
+  File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
   if (!IsRecordFile(*file)) return {kParameterError, {}};
-  const Grant grant = Access(*file, {file->rights.readWrite});
+  const Grant grant = state_.session.Access(*file, {file->rights.readWrite});
   if (grant.status != kOk) return {grant.status, {}};
   if (file->pendingRecord) return {kPermissionDenied, {}};  // written in this transaction
   file->pendingClear = true;

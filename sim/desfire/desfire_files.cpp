@@ -1,9 +1,9 @@
-// The simulated DESFire card: creating, listing, describing, changing and deleting files, and the
-// access rules that every file command shares.
+// The simulated DESFire card: creating, listing, describing, changing and deleting files.
+#include "sim/desfire/desfire_files.h"
+
 #include <algorithm>
 
 #include "crypto/secure_memory.h"
-#include "sim/desfire/desfire_card_impl.h"
 
 namespace lumivex::sim::desfire {
 
@@ -51,52 +51,23 @@ bool DescribeFile(std::uint8_t command, Data data, File& file) {
 
 }  // namespace
 
-Grant DesfireCard::Access(const File& file, std::initializer_list<std::uint8_t> rights) const {
-  const auto any = [&](auto predicate) {
-    return std::any_of(rights.begin(), rights.end(), predicate);
-  };
-  // A free right is always used plain; a key right carries the file's communication settings.
-  if (any([](std::uint8_t right) { return right == kRightFree; })) return {kOk, Comm::kPlain};
-  if (session_ && any([&](std::uint8_t right) { return right == session_->keyNumber; })) {
-    return {kOk, file.comm()};
-  }
-  if (!any([](std::uint8_t right) { return right != kRightNever; })) {
-    return {kPermissionDenied, Comm::kPlain};
-  }
-  return {kAuthenticationError, Comm::kPlain};
-}
-
-Status DesfireCard::RequireFileManagement() const {
-  if ((CurrentSettings() & kFreeCreateDelete) == 0 && !AuthenticatedWith(0)) {
+Status FileCommands::RequireFileManagement() const {
+  if ((state_.CurrentSettings() & kFreeCreateDelete) == 0 && !state_.session.AuthenticatedWith(0)) {
     return kAuthenticationError;
   }
   return kOk;
 }
 
-Status DesfireCard::RequireDirectoryAccess() const {
-  if ((CurrentSettings() & kFreeDirectoryAccess) == 0 && !AuthenticatedWith(0)) {
+Status FileCommands::RequireDirectoryAccess() const {
+  if ((state_.CurrentSettings() & kFreeDirectoryAccess) == 0 &&
+      !state_.session.AuthenticatedWith(0)) {
     return kAuthenticationError;
   }
   return kOk;
 }
 
-File* DesfireCard::FindFile(Data data, Status& status) {
-  Application* app = Selected();
-  if (app == nullptr) {
-    status = kPermissionDenied;  // files live in applications, not at card level
-    return nullptr;
-  }
-  auto found = app->files.find(data[0]);
-  if (found == app->files.end()) {
-    status = kFileNotFound;
-    return nullptr;
-  }
-  status = kOk;
-  return &found->second;
-}
-
-Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
-  Application* app = Selected();
+Reply FileCommands::CreateFile(std::uint8_t command, Data data) {
+  Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (data.size() != CreateLength(command)) return {kLengthError, {}};
   if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
@@ -111,26 +82,26 @@ Reply DesfireCard::CreateFile(std::uint8_t command, Data data) {
   if (app->files.contains(number)) return {kDuplicateError, {}};
   if (app->files.size() >= kMaxFiles) return {kCountError, {}};
   const std::uint64_t cost = FileCost(file);
-  if (cost > FreeMemory()) return {kOutOfMemory, {}};
+  if (cost > state_.contents.FreeMemory()) return {kOutOfMemory, {}};
   if (file.type == FileType::kStdData || file.type == FileType::kBackupData) {
     file.data.assign(file.size, 0);
   }
   app->files.emplace(number, std::move(file));
-  usedMemory_ += cost;
+  state_.contents.usedMemory += cost;
   return {kOk, {}};
 }
 
-Reply DesfireCard::DeleteFile(Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply FileCommands::DeleteFile(Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   if (Status status = RequireFileManagement(); status != kOk) return {status, {}};
   // The file's memory stays taken until the card is formatted.
-  if (Selected()->files.erase(data[0]) == 0) return {kFileNotFound, {}};
+  if (state_.Selected()->files.erase(data[0]) == 0) return {kFileNotFound, {}};
   return {kOk, {}};
 }
 
-Reply DesfireCard::GetFileIds(Data data) {
-  const Application* app = Selected();
+Reply FileCommands::GetFileIds(Data data) {
+  const Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
   if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
@@ -139,12 +110,12 @@ Reply DesfireCard::GetFileIds(Data data) {
   return {kOk, std::move(ids)};
 }
 
-Reply DesfireCard::GetFileSettings(Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply FileCommands::GetFileSettings(Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   if (Status status = RequireDirectoryAccess(); status != kOk) return {status, {}};
   Status status = kOk;
-  const File* file = FindFile(data, status);
+  const File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
 
   Bytes out{static_cast<std::uint8_t>(file->type), file->commByte};
@@ -171,10 +142,10 @@ Reply DesfireCard::GetFileSettings(Data data) {
   return {kOk, std::move(out)};
 }
 
-Reply DesfireCard::ChangeFileSettings(Data data) {
+Reply FileCommands::ChangeFileSettings(Data data) {
   if (data.empty()) return {kLengthError, {}};
   Status status = kOk;
-  File* file = FindFile(data, status);
+  File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
 
   const std::uint8_t change = file->rights.change;
@@ -186,9 +157,9 @@ Reply DesfireCard::ChangeFileSettings(Data data) {
     std::copy_n(data.begin() + 1, 3, settings.begin());
   } else {
     // Key right: the settings come enciphered with the session key (settings, CRC, zeros).
-    if (!AuthenticatedWith(change)) return {kAuthenticationError, {}};
+    if (!state_.session.AuthenticatedWith(change)) return {kAuthenticationError, {}};
     if (data.size() != 9) return {kLengthError, {}};
-    Bytes plain = SessionCipher().FromReader(data.subspan(1));
+    Bytes plain = state_.session.Cipher().FromReader(data.subspan(1));
     const std::uint16_t crc = Crc16(std::span<const std::uint8_t>(plain).first(3));
     const bool valid = plain[3] == (crc & 0xFF) && plain[4] == (crc >> 8) && plain[5] == 0 &&
                        plain[6] == 0 && plain[7] == 0;

@@ -1,8 +1,9 @@
 // The simulated DESFire card: native authentication (0A), key changes and key settings.
+#include "sim/desfire/desfire_keys.h"
+
 #include <algorithm>
 
 #include "crypto/secure_memory.h"
-#include "sim/desfire/desfire_card_impl.h"
 
 namespace lumivex::sim::desfire {
 
@@ -35,28 +36,28 @@ void Wipe(std::array<std::uint8_t, N>& bytes) {
 
 }  // namespace
 
-Reply DesfireCard::Authenticate(Data data) {
+Reply KeyCommands::Authenticate(Data data) {
   if (data.size() != 1) return {kLengthError, {}};
-  DropAuthentication();  // a new authentication always ends the current one
+  state_.session.End();  // a new authentication always ends the current one
   const std::uint8_t keyNumber = data[0];
-  const std::vector<StoredKey>& keys = CurrentKeys();
+  const std::vector<StoredKey>& keys = state_.CurrentKeys();
   if (keyNumber >= keys.size()) return {kNoSuchKey, {}};
 
   PendingAuthentication pending;
   pending.keyNumber = keyNumber;
   pending.key = keys[keyNumber].value;
   std::uniform_int_distribution<int> byte(0, 255);
-  for (auto& b : pending.rndB) b = static_cast<std::uint8_t>(byte(random_));
+  for (auto& b : pending.rndB) b = static_cast<std::uint8_t>(byte(state_.random));
   Bytes challenge = CardCipher(pending.key).ToReader(pending.rndB);
-  pendingAuthentication_ = pending;
+  state_.exchanges.authentication = pending;
   Wipe(pending.key);
   Wipe(pending.rndB);
   return {kAdditionalFrame, std::move(challenge)};
 }
 
-Reply DesfireCard::FinishAuthentication(Data data) {
-  PendingAuthentication pending = *pendingAuthentication_;
-  AbandonExchanges();
+Reply KeyCommands::FinishAuthentication(Data data) {
+  PendingAuthentication pending = *state_.exchanges.authentication;
+  state_.exchanges.Abandon();
   Reply reply{kAuthenticationError, {}};
   if (data.size() != 16) {
     reply.status = kLengthError;
@@ -69,8 +70,8 @@ Reply DesfireCard::FinishAuthentication(Data data) {
     std::copy_n(plain.begin() + 8, 8, rndBRotated.begin());
     crypto::SecureWipe(plain);
     if (rndBRotated == RotateLeft(pending.rndB)) {
-      session_ =
-          Session{pending.keyNumber, SessionKey(rndA, pending.rndB, IsSingleDes(pending.key))};
+      state_.session.Begin(pending.keyNumber,
+                           SessionKey(rndA, pending.rndB, IsSingleDes(pending.key)));
       Block rndARotated = RotateLeft(rndA);
       reply = {kOk, cipher.ToReader(rndARotated)};
       Wipe(rndARotated);
@@ -83,31 +84,31 @@ Reply DesfireCard::FinishAuthentication(Data data) {
   return reply;
 }
 
-Reply DesfireCard::ChangeKey(Data data) {
+Reply KeyCommands::ChangeKey(Data data) {
   if (data.size() != 25) return {kLengthError, {}};
   const std::uint8_t keyNumber = data[0];
   // At card level the high bits choose the master key's cipher: only DES and 2K3DES are here.
-  if (AtPiccLevel() && (keyNumber & 0xC0) != 0) return {kParameterError, {}};
-  std::vector<StoredKey>& keys = CurrentKeys();
+  if (state_.AtPiccLevel() && (keyNumber & 0xC0) != 0) return {kParameterError, {}};
+  std::vector<StoredKey>& keys = state_.CurrentKeys();
   if (keyNumber >= keys.size()) return {kNoSuchKey, {}};
-  if (!session_) return {kAuthenticationError, {}};
+  if (!state_.session.active()) return {kAuthenticationError, {}};
 
-  const std::uint8_t settings = CurrentSettings();
+  const std::uint8_t settings = state_.CurrentSettings();
   if (keyNumber == 0) {
-    if (!AuthenticatedWith(0)) return {kAuthenticationError, {}};
+    if (!state_.session.AuthenticatedWith(0)) return {kAuthenticationError, {}};
     if ((settings & kMasterKeyChangeable) == 0) return {kPermissionDenied, {}};
   } else {
     const std::uint8_t changeKey = settings >> 4;
     if (changeKey == kChangeKeyFrozen) return {kPermissionDenied, {}};
     const std::uint8_t required = changeKey == kChangeKeyWithItself ? keyNumber : changeKey;
-    if (!AuthenticatedWith(required)) return {kAuthenticationError, {}};
+    if (!state_.session.AuthenticatedWith(required)) return {kAuthenticationError, {}};
   }
 
-  Bytes plain = SessionCipher().FromReader(data.subspan(1));
+  Bytes plain = state_.session.Cipher().FromReader(data.subspan(1));
   const auto body = std::span<const std::uint8_t>(plain);
   Key16 newKey{};
   bool valid = false;
-  if (keyNumber == session_->keyNumber) {
+  if (keyNumber == state_.session.keyNumber()) {
     // Changing the key of the session: new key, its CRC, six zero bytes.
     std::copy_n(plain.begin(), 16, newKey.begin());
     valid = CrcMatches(body.first(16), body.subspan(16, 2)) && AllZero(body.subspan(18));
@@ -128,40 +129,40 @@ Reply DesfireCard::ChangeKey(Data data) {
   keys[keyNumber].value = newKey;
   keys[keyNumber].version = KeyVersionOf(newKey);
   Wipe(newKey);
-  if (keyNumber == session_->keyNumber) DropAuthentication();
+  if (keyNumber == state_.session.keyNumber()) state_.session.End();
   return {kOk, {}};
 }
 
-Reply DesfireCard::ChangeKeySettings(Data data) {
+Reply KeyCommands::ChangeKeySettings(Data data) {
   if (data.size() != 8) return {kLengthError, {}};
-  if (!AuthenticatedWith(0)) return {kAuthenticationError, {}};
-  std::uint8_t& settings = CurrentSettings();
+  if (!state_.session.AuthenticatedWith(0)) return {kAuthenticationError, {}};
+  std::uint8_t& settings = state_.CurrentSettings();
   if ((settings & kConfigurationChangeable) == 0) return {kPermissionDenied, {}};
-  Bytes plain = SessionCipher().FromReader(data);
+  Bytes plain = state_.session.Cipher().FromReader(data);
   const auto body = std::span<const std::uint8_t>(plain);
   const bool valid = CrcMatches(body.first(1), body.subspan(1, 2)) && AllZero(body.subspan(3));
   const std::uint8_t newSettings = plain[0];
   crypto::SecureWipe(plain);
   if (!valid) return {kIntegrityError, {}};
   // The card master key settings have no change-key field: their high nibble stays zero.
-  if (AtPiccLevel() && (newSettings & 0xF0) != 0) return {kParameterError, {}};
+  if (state_.AtPiccLevel() && (newSettings & 0xF0) != 0) return {kParameterError, {}};
   settings = newSettings;
   return {kOk, {}};
 }
 
-Reply DesfireCard::GetKeySettings(Data data) {
+Reply KeyCommands::GetKeySettings(Data data) {
   if (!data.empty()) return {kLengthError, {}};
-  const std::uint8_t settings = CurrentSettings();
-  if ((settings & kFreeDirectoryAccess) == 0 && !AuthenticatedWith(0)) {
+  const std::uint8_t settings = state_.CurrentSettings();
+  if ((settings & kFreeDirectoryAccess) == 0 && !state_.session.AuthenticatedWith(0)) {
     return {kAuthenticationError, {}};
   }
-  return {kOk, {settings, static_cast<std::uint8_t>(CurrentKeys().size())}};
+  return {kOk, {settings, static_cast<std::uint8_t>(state_.CurrentKeys().size())}};
 }
 
-Reply DesfireCard::GetKeyVersion(Data data) {
+Reply KeyCommands::GetKeyVersion(Data data) {
   if (data.size() != 1) return {kLengthError, {}};
-  const std::vector<StoredKey>& keys = CurrentKeys();
-  const std::uint8_t keyNumber = AtPiccLevel() ? data[0] & 0x3F : data[0];
+  const std::vector<StoredKey>& keys = state_.CurrentKeys();
+  const std::uint8_t keyNumber = state_.AtPiccLevel() ? data[0] & 0x3F : data[0];
   if (keyNumber >= keys.size()) return {kNoSuchKey, {}};
   return {kOk, {keys[keyNumber].version}};
 }

@@ -103,4 +103,25 @@ std::uint64_t StorageBytes(std::uint8_t code) {
   return (code & 1) != 0 ? base + base / 2 : base;
 }
 
+std::uint32_t ReadU24(Data data, std::size_t at) {
+  return static_cast<std::uint32_t>(data[at]) | static_cast<std::uint32_t>(data[at + 1]) << 8 |
+         static_cast<std::uint32_t>(data[at + 2]) << 16;
+}
+
+std::int32_t ReadS32(Data data, std::size_t at) {
+  const std::uint32_t value = ReadU24(data, at) | static_cast<std::uint32_t>(data[at + 3]) << 24;
+  return static_cast<std::int32_t>(value);
+}
+
+void AppendU24(Bytes& out, std::uint32_t value) {
+  for (int shift = 0; shift < 24; shift += 8)
+    out.push_back(static_cast<std::uint8_t>(value >> shift));
+}
+
+void AppendS32(Bytes& out, std::int32_t value) {
+  const auto bits = static_cast<std::uint32_t>(value);
+  for (int shift = 0; shift < 32; shift += 8)
+    out.push_back(static_cast<std::uint8_t>(bits >> shift));
+}
+
 }  // namespace lumivex::sim::desfire

@@ -1,5 +1,6 @@
 // Internal to the simulated DESFire card: status codes, keys, files and applications as the card
-// stores them. Nothing outside sim/desfire/ includes this header.
+// stores them, and the fields of the native commands. Nothing outside sim/desfire/ includes this
+// header.
 #pragma once
 
 #include <array>
@@ -8,6 +9,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace lumivex::sim::desfire {
@@ -15,6 +17,7 @@ namespace lumivex::sim::desfire {
 using Bytes = std::vector<std::uint8_t>;
 using Key16 = std::array<std::uint8_t, 16>;
 using Aid = std::array<std::uint8_t, 3>;
+using Data = std::span<const std::uint8_t>;  // a command's data as the reader sent it
 
 // The second status byte of a native answer (the first is always 91).
 enum Status : std::uint8_t {
@@ -144,5 +147,11 @@ std::uint64_t ApplicationCost(std::size_t keyCount);
 std::uint64_t FileCost(const File& file);
 // Total storage for the GetVersion storage-size code (2^(n/2), or 1.5 times that for odd n).
 std::uint64_t StorageBytes(std::uint8_t code);
+
+// Little-endian fields of the native commands.
+std::uint32_t ReadU24(Data data, std::size_t at);
+std::int32_t ReadS32(Data data, std::size_t at);
+void AppendU24(Bytes& out, std::uint32_t value);
+void AppendS32(Bytes& out, std::int32_t value);
 
 }  // namespace lumivex::sim::desfire

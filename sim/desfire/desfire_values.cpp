@@ -1,8 +1,8 @@
 // The simulated DESFire card: value files (get, credit, debit, limited credit) and the transaction
 // that backup, value and record files share (commit, abort).
-#include <algorithm>
+#include "sim/desfire/desfire_values.h"
 
-#include "sim/desfire/desfire_card_impl.h"
+#include <algorithm>
 
 namespace lumivex::sim::desfire {
 
@@ -27,39 +27,40 @@ std::size_t SecuredAmountLength(Comm comm) {
 
 }  // namespace
 
-Reply DesfireCard::GetValue(Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply ValueCommands::GetValue(Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.size() != 1) return {kLengthError, {}};
   Status status = kOk;
-  const File* file = FindFile(data, status);
+  const File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
   if (file->type != FileType::kValue) return {kParameterError, {}};
   Grant grant{kOk, Comm::kPlain};
   if ((file->limitedCreditFlags & kFreeGetValue) == 0) {
-    grant = Access(*file, {file->rights.read, file->rights.write, file->rights.readWrite});
+    grant = state_.session.Access(*file,
+                                  {file->rights.read, file->rights.write, file->rights.readWrite});
     if (grant.status != kOk) return {grant.status, {}};
   }
   // The value as last committed; changes of the open transaction do not show.
   Bytes value;
   AppendS32(value, file->value);
-  return {kOk, Secure(std::move(value), grant.comm)};
+  return {kOk, state_.session.Secure(std::move(value), grant.comm)};
 }
 
-Reply DesfireCard::ChangeValue(std::uint8_t command, Data data) {
-  if (Selected() == nullptr) return {kPermissionDenied, {}};
+Reply ValueCommands::ChangeValue(std::uint8_t command, Data data) {
+  if (state_.Selected() == nullptr) return {kPermissionDenied, {}};
   if (data.empty()) return {kLengthError, {}};
   Status status = kOk;
-  File* file = FindFile(data, status);
+  File* file = state_.FindFile(data, status);
   if (file == nullptr) return {status, {}};
   if (file->type != FileType::kValue) return {kParameterError, {}};
   const AccessRights& rights = file->rights;
   Grant grant;
   if (command == kCredit) {
-    grant = Access(*file, {rights.readWrite});
+    grant = state_.session.Access(*file, {rights.readWrite});
   } else if (command == kDebit) {
-    grant = Access(*file, {rights.read, rights.write, rights.readWrite});
+    grant = state_.session.Access(*file, {rights.read, rights.write, rights.readWrite});
   } else {
-    grant = Access(*file, {rights.write, rights.readWrite});
+    grant = state_.session.Access(*file, {rights.write, rights.readWrite});
   }
   if (grant.status != kOk) return {grant.status, {}};
   if (data.size() != 1 + SecuredAmountLength(grant.comm)) {
@@ -67,7 +68,7 @@ Reply DesfireCard::ChangeValue(std::uint8_t command, Data data) {
     return {grant.comm == Comm::kPlain ? kLengthError : kIntegrityError, {}};
   }
   Bytes plain;
-  if (Status unwrapped = Unwrap(data.subspan(1), kAmountLength, grant.comm, plain);
+  if (Status unwrapped = state_.session.Unwrap(data.subspan(1), kAmountLength, grant.comm, plain);
       unwrapped != kOk) {
     return {unwrapped, {}};
   }
@@ -100,8 +101,8 @@ Reply DesfireCard::ChangeValue(std::uint8_t command, Data data) {
   return {kOk, {}};
 }
 
-Reply DesfireCard::CommitTransaction(Data data) {
-  Application* app = Selected();
+Reply ValueCommands::CommitTransaction(Data data) {
+  Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
   bool changed = false;
@@ -113,14 +114,14 @@ Reply DesfireCard::CommitTransaction(Data data) {
   return {changed ? kOk : kNoChanges, {}};
 }
 
-Reply DesfireCard::AbortTransactionCommand(Data data) {
-  Application* app = Selected();
+Reply ValueCommands::AbortTransaction(Data data) {
+  Application* app = state_.Selected();
   if (app == nullptr) return {kPermissionDenied, {}};
   if (!data.empty()) return {kLengthError, {}};
   const bool changed = std::any_of(app->files.begin(), app->files.end(), [](const auto& entry) {
     return entry.second.HasPendingChanges();
   });
-  AbortTransaction();
+  state_.AbortTransaction();
   return {changed ? kOk : kNoChanges, {}};
 }
 
