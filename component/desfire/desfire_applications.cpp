@@ -133,7 +133,9 @@ sceReturnCode Encoder::DESFireGetVersion(DesfireVersionBytes RequestedInformatio
           desfire::Upper(statusWord) != desfire::kSwOk) {
         return Record(LastError(), fail::OperationFailed, op, std::nullopt, statusWord);
       }
-      const auto bytes = Des().ConvertData(response, 5);
+      const auto bytes = Des().ConvertData(
+          response,
+          crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kByteArray));
       if (const auto* array = std::get_if<std::vector<std::uint8_t>>(&bytes)) {
         desfireVersion_ = *array;
       } else {

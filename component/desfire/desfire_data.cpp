@@ -12,10 +12,13 @@ namespace lumivex {
 
 namespace {
 
-// Conversion codes of the cipher's ConvertData: source in the high byte, target in the low byte.
-constexpr std::int32_t kHexToCompactHex = 0x001;
-constexpr std::int32_t kPlainToCompactHex = 0x601;
-constexpr std::int32_t kHexToPlain = 0x006;
+// Conversion modes of the cipher's ConvertData.
+constexpr std::int32_t kHexToCompactHex =
+    crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kCompactHex);
+constexpr std::int32_t kPlainToCompactHex =
+    crypto::ConvertMode(crypto::DataForm::kPlainText, crypto::DataForm::kCompactHex);
+constexpr std::int32_t kHexToPlain =
+    crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kPlainText);
 
 constexpr std::int32_t kMaxFileNumber = 15;
 

@@ -207,7 +207,8 @@ sceReturnCode Encoder::DESFireGetFileSettings(std::int32_t FileNo, std::string& 
       return Record(LastError(), desfire::fail::OperationFailed, op, std::nullopt, statusWord);
     }
     // File type, communication settings, access rights, then the fields of the file's kind.
-    Information = desfire::AsText(Des().ConvertData(response, 0));
+    Information = desfire::AsText(Des().ConvertData(
+        response, crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kSpacedHex)));
     return sceSuccess;
   });
 }

@@ -62,15 +62,16 @@ std::string Encoder::DESFireEncipher(const std::vector<std::pair<std::string, st
   const desfire::SecretText k1(session.substr(0, kBlockDigits));
   const desfire::SecretText k2(
       session.size() > kBlockDigits ? session.substr(session.size() - kBlockDigits) : session);
-  const std::int32_t kind = k1.str() == k2.str() ? crypto::desSingle : crypto::desTriple;
+  const crypto::DesAlgorithm kind =
+      k1.str() == k2.str() ? crypto::DesAlgorithm::kSingle : crypto::DesAlgorithm::kTriple;
   des.Keys(1, k1.str());
   des.Keys(2, k2.str());
   des.Keys(3, k1.str());
   des.InitVector(kZeroIv);
   // The sending chaining: each block joined to the previous output, then deciphered, which the
   // card's encipher undoes.
-  std::string cryptogram =
-      desfire::RemoveBlanks(des.Decrypt(plain.str(), kind | crypto::desLegacyChain));
+  std::string cryptogram = desfire::RemoveBlanks(
+      des.Decrypt(plain.str(), crypto::DesModeWord(kind, crypto::DesChaining::kLegacyChain)));
   RememberSecret(cryptogram);
   return cryptogram;
 }

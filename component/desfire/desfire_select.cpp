@@ -22,8 +22,8 @@ constexpr const char* kSelectRoot = "DESFireSelectRoot";
 constexpr const char* kZeroIv = "00 00 00 00 00 00 00 00";
 
 // Key kinds, which are also the algorithm part of the cipher's mode word.
-constexpr std::int32_t kSingleDes = crypto::desSingle;
-constexpr std::int32_t kTripleDes = crypto::desTriple;
+constexpr crypto::DesAlgorithm kSingleDes = crypto::DesAlgorithm::kSingle;
+constexpr crypto::DesAlgorithm kTripleDes = crypto::DesAlgorithm::kTriple;
 
 // The engine reports a failure without any status word when nothing came back from the card
 // (encoder closed, no card, transport error): such failures are the engine's own to report.
@@ -66,7 +66,7 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
     RememberSecret(key.str());
 
     // The key record: its kind and its two halves (a single-DES key is both halves).
-    const std::int32_t kind = length == 32 ? kTripleDes : kSingleDes;
+    const crypto::DesAlgorithm kind = length == 32 ? kTripleDes : kSingleDes;
     const desfire::SecretText first(kind == kTripleDes ? key.str().substr(0, 16) : key.str());
     const desfire::SecretText second(kind == kTripleDes ? key.str().substr(16) : key.str());
     const std::string keyNumber = desfire::Hex2(KeyNumber);
@@ -113,8 +113,8 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
     des.Keys(2, second.str());
     des.Keys(3, first.str());
 
-    const desfire::SecretText rndB(
-        desfire::RemoveBlanks(des.Decrypt(response, kind | crypto::desCBC)));
+    const desfire::SecretText rndB(desfire::RemoveBlanks(
+        des.Decrypt(response, crypto::DesModeWord(kind, crypto::DesChaining::kCbc))));
     const desfire::SecretText rndBRotated(desfire::RotateLeftOneByte(rndB.str()));
 
     // RndA comes from the system's cryptographic generator: a predictable challenge would let
@@ -131,8 +131,8 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
     // undoes.
     desfire::SecretText plainToken(rndA.str());
     plainToken.str() += rndBRotated.str();
-    const desfire::SecretText token(
-        desfire::RemoveBlanks(des.Decrypt(plainToken.str(), kind | crypto::desLegacyChain)));
+    const desfire::SecretText token(desfire::RemoveBlanks(des.Decrypt(
+        plainToken.str(), crypto::DesModeWord(kind, crypto::DesChaining::kLegacyChain))));
     RememberSecret(token.str());
     autoContinue = false;
     const sceReturnCode second_pass = EncoderCommand(cmd::DesfireAuthenticate3, {token.str()},
@@ -147,8 +147,8 @@ sceReturnCode Encoder::DESFireSelectApplication(const std::string& ApplicationId
     }
 
     // The card proves it knows the key by sending RndA turned left by one byte.
-    const desfire::SecretText rndAFromCard(
-        desfire::Upper(desfire::RemoveBlanks(des.Decrypt(response, kind | crypto::desCBC))));
+    const desfire::SecretText rndAFromCard(desfire::Upper(desfire::RemoveBlanks(
+        des.Decrypt(response, crypto::DesModeWord(kind, crypto::DesChaining::kCbc)))));
     if (rndAFromCard.str() != desfire::Upper(desfire::RotateLeftOneByte(rndA.str()))) {
       return Record(LastError(), fail::AuthenticationFailure, op, "DesfireAuthenticate4",
                     "RndA failed");

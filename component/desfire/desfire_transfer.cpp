@@ -127,7 +127,8 @@ sceReturnCode Encoder::DESFireFramedReceive(std::int32_t Command,
   if (sent != sceSuccess || (status != "9100" && status != "9101")) {
     return Record(LastError(), desfire::fail::OperationFailed, Caller, std::nullopt, statusWord);
   }
-  Answer = desfire::AsText(Des().ConvertData(response, 0));
+  Answer = desfire::AsText(Des().ConvertData(
+      response, crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kSpacedHex)));
   return sceSuccess;
 }
 

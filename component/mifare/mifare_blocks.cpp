@@ -18,7 +18,9 @@ using mifare::Outcome;
 namespace {
 
 constexpr std::size_t kBlocDigits = 32;
-constexpr std::int32_t kHexTextOutput = 1;  // ConvertData: any hex text in, compact hex text out
+// ConvertData: any hex text in, compact hex text out.
+constexpr std::int32_t kHexTextOutput =
+    crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kCompactHex);
 
 bool IsBlocText(const std::string& text) {
   std::string copy = text;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "crypto/crc16.h"
+#include "crypto/des_cipher.h"
 #include "crypto/secure_memory.h"
 
 namespace lumivex::sim::desfire {
