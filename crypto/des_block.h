@@ -1,6 +1,6 @@
 // The DES block primitive (FIPS 46-3): key schedule, one 64-bit block at a time, and ECB over many
-// blocks, single or triple DES EDE. Private to crypto/ (DesCipher is the public cipher); the card
-// simulator and the tests use the one-block calls.
+// blocks, single or triple DES EDE. DesCipher is the public cipher built on it; the fuzz targets
+// use the one-block calls as their reference.
 #pragma once
 
 #include <array>

@@ -38,11 +38,5 @@ constexpr bool HasChaining(std::int32_t mode, DesChaining chaining) {
   return (static_cast<std::uint32_t>(mode) & kChainingBits) == static_cast<std::uint32_t>(chaining);
 }
 
-// The same word with another chaining part.
-constexpr std::int32_t WithChaining(std::int32_t mode, DesChaining chaining) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(mode) & ~kChainingBits) |
-         static_cast<std::int32_t>(chaining);
-}
-
 }  // namespace detail
 }  // namespace lumivex::crypto
