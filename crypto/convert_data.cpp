@@ -1,7 +1,7 @@
-// DES::ConvertData: byte data between its seven forms.
-//   0 spaced hex text   1 compact hex text   2 array of bits   3 spaced bit text
-//   4 compact bit text  5 array of bytes     6 plain text, one character a byte (the code page)
-// The mode holds the target form in its low byte and the source form in its second byte.
+// DES::ConvertData: byte data between its seven forms (DataForm): spaced and compact hex text, an
+// array of bits, spaced and compact bit text, an array of bytes, plain text (one character a byte,
+// in the code page). The mode holds the target form in its low byte and the source form in its
+// second byte (ConvertMode).
 #include <string_view>
 
 #include "crypto/des.h"
@@ -27,13 +27,13 @@ Bytes PackBits(const Bytes& bits) {
 }
 
 // Bit text: "0" and "1", with or without the separators of the spaced forms.
-Bytes ParseBitText(std::string_view text, detail::Separators separators) {
+Bytes ParseBitText(std::string_view text, Separators separators) {
   Bytes bits;
   bits.reserve(text.size());
   for (const char ch : text) {
     if (ch == '0' || ch == '1') {
       bits.push_back(static_cast<std::uint8_t>(ch - '0'));
-    } else if (separators == detail::Separators::kRefused || !detail::IsSeparator(ch)) {
+    } else if (separators == Separators::kRefused || !IsSeparator(ch)) {
       RaiseDesError(kDesInvalidHexString);
     }
   }
@@ -53,31 +53,39 @@ Bytes PlainTextBytes(std::string_view text, const CodePage* codePage) {
   return std::move(*bytes);
 }
 
+// A form number of a conversion mode, or "Bad parameter type" when it names none.
+DataForm FormOf(int number) {
+  if (number > static_cast<int>(DataForm::kPlainText)) RaiseDesError(kDesBadParameterType);
+  return static_cast<DataForm>(number);
+}
+
 // Steps 1 to 3: the data's kind against the source form, then the bytes it stands for.
-Bytes SourceBytes(const ConvertValue& data, int source, const CodePage* codePage) {
+Bytes SourceBytes(const ConvertValue& data, int sourceNumber, const CodePage* codePage) {
+  const DataForm source = FormOf(sourceNumber);
   const auto* array = std::get_if<Bytes>(&data);
-  const bool isArraySource = source == 2 || source == 5;
-  if (source > 6 || isArraySource != (array != nullptr)) RaiseDesError(kDesBadParameterType);
+  const bool isArraySource = source == DataForm::kBitArray || source == DataForm::kByteArray;
+  if (isArraySource != (array != nullptr)) RaiseDesError(kDesBadParameterType);
   const std::string_view text = TextOf(data) ? std::string_view(*TextOf(data)) : std::string_view();
   switch (source) {
-    case 0:
-      return detail::ParseHex(text, detail::Separators::kSkipped);
-    case 1:
-      return detail::ParseHex(text, detail::Separators::kRefused);
-    case 2:
+    case DataForm::kSpacedHex:
+      return ParseHex(text, Separators::kSkipped);
+    case DataForm::kCompactHex:
+      return ParseHex(text, Separators::kRefused);
+    case DataForm::kBitArray:
       for (const std::uint8_t bit : *array) {
         if (bit > 1) RaiseDesError(kDesBadParameterType);
       }
       return PackBits(*array);
-    case 3:
-      return ParseBitText(text, detail::Separators::kSkipped);
-    case 4:
-      return ParseBitText(text, detail::Separators::kRefused);
-    case 5:
+    case DataForm::kSpacedBits:
+      return ParseBitText(text, Separators::kSkipped);
+    case DataForm::kCompactBits:
+      return ParseBitText(text, Separators::kRefused);
+    case DataForm::kByteArray:
       return *array;
-    default:  // 6
-      return PlainTextBytes(text, codePage);
+    case DataForm::kPlainText:
+      break;
   }
+  return PlainTextBytes(text, codePage);
 }
 
 std::string FormatBits(const Bytes& bytes, bool spaced) {
@@ -91,13 +99,13 @@ std::string FormatBits(const Bytes& bytes, bool spaced) {
   return text;
 }
 
-ConvertValue TargetForm(Bytes bytes, int target, const CodePage* codePage) {
+ConvertValue TargetForm(Bytes bytes, DataForm target, const CodePage* codePage) {
   switch (target) {
-    case 0:
-      return detail::FormatHex(bytes, true);
-    case 1:
-      return detail::FormatHex(bytes, false);
-    case 2: {
+    case DataForm::kSpacedHex:
+      return FormatHex(bytes, true);
+    case DataForm::kCompactHex:
+      return FormatHex(bytes, false);
+    case DataForm::kBitArray: {
       Bytes bits;
       bits.reserve(bytes.size() * 8);
       for (const std::uint8_t b : bytes) {
@@ -106,16 +114,17 @@ ConvertValue TargetForm(Bytes bytes, int target, const CodePage* codePage) {
       }
       return bits;
     }
-    case 3:
+    case DataForm::kSpacedBits:
       return FormatBits(bytes, true);
-    case 4:
+    case DataForm::kCompactBits:
       return FormatBits(bytes, false);
-    case 5:
+    case DataForm::kByteArray:
       return bytes;
-    default:  // 6
-      if (codePage == nullptr) RaiseDesError(kDesBadParameterType);
-      return codePage->ToText(bytes);
+    case DataForm::kPlainText:
+      break;
   }
+  if (codePage == nullptr) RaiseDesError(kDesBadParameterType);
+  return codePage->ToText(bytes);
 }
 
 }  // namespace
@@ -126,9 +135,9 @@ ConvertValue DES::ConvertData(const ConvertValue& data, std::int32_t mode) {
   const int target = mode & 0xFF;
   const int source = (mode & 0xFF00) >> 8;
   Bytes bytes = SourceBytes(data, source, codePage_.get());
-  if (target > 6) RaiseDesError(kDesBadParameterType);
+  const DataForm targetForm = FormOf(target);
   if (bytes.empty()) return std::monostate{};
-  return TargetForm(std::move(bytes), target, codePage_.get());
+  return TargetForm(std::move(bytes), targetForm, codePage_.get());
 }
 
 }  // namespace lumivex::crypto

@@ -1,8 +1,7 @@
-#include "crypto/crc16.h"
-
 #include <array>
 
 #include "crypto/des.h"
+#include "crypto/des_cipher.h"
 #include "crypto/hex_codec.h"
 
 namespace lumivex::crypto {
@@ -34,15 +33,14 @@ std::uint16_t Crc16A(std::span<const std::uint8_t> data) {
 std::string DES::CRC16(const std::string& data) {
   std::vector<std::uint8_t> bytes;
   try {
-    bytes = detail::ParseHex(data, detail::Separators::kSkipped);
+    bytes = ParseHex(data, Separators::kSkipped);
   } catch (const DesError&) {
     bytes.clear();
   }
   const std::uint16_t crc = Crc16A(bytes);
-  std::string text = "00 00";
-  detail::WriteHexByte(static_cast<std::uint8_t>(crc & 0xFF), text.data());
-  detail::WriteHexByte(static_cast<std::uint8_t>(crc >> 8), text.data() + 3);
-  return text;
+  const std::array<std::uint8_t, 2> lowFirst = {static_cast<std::uint8_t>(crc & 0xFF),
+                                                static_cast<std::uint8_t>(crc >> 8)};
+  return FormatHex(lowFirst, true);
 }
 
 }  // namespace lumivex::crypto

@@ -1,83 +1,83 @@
 #include "crypto/des.h"
 
 #include <algorithm>
+#include <array>
 
-#include "crypto/des_cipher.h"
-#include "crypto/des_errors.h"
 #include "crypto/hex_codec.h"
 #include "crypto/secure_memory.h"
 
 namespace lumivex::crypto {
 namespace {
 
+constexpr std::size_t kDigitsPerBlock = 16;
+
 // A key or IV text as 8 bytes: a shorter value is completed with bytes 00 on the right, a
 // longer one contributes its first 8 bytes (as only the first 64 bits of a key are used).
 std::array<std::uint8_t, 8> EightBytes(const std::string& text) {
-  std::vector<std::uint8_t> bytes = detail::ParseHex(text, detail::Separators::kSkipped);
+  std::vector<std::uint8_t> bytes = ParseHex(text, Separators::kSkipped);
   std::array<std::uint8_t, 8> value{};
   std::copy_n(bytes.begin(), std::min(bytes.size(), value.size()), value.begin());
   SecureWipe(bytes);
   return value;
 }
 
-void CheckAlgorithm(std::int32_t mode) {
-  if ((mode & 0xFF) > 1) RaiseDesError(kDesInvalidAlgorithm);
+// The bytes a text stands for, as the chaining reads it (see des.h).
+std::vector<std::uint8_t> InputBytes(bool decipher, const std::string& text, std::int32_t mode) {
+  const bool legacy = detail::HasChaining(mode, DesChaining::kLegacyChain);
+  const bool chained = detail::HasChaining(mode, DesChaining::kChainedCbc);
+  if (!decipher && legacy) {
+    std::string completed = text;
+    completed.resize((text.size() + kDigitsPerBlock - 1) / kDigitsPerBlock * kDigitsPerBlock, '0');
+    std::vector<std::uint8_t> bytes = ParseHex(completed);
+    SecureWipe(completed);
+    return bytes;
+  }
+  if (!decipher && chained) return ParseHex(text, Separators::kSkipped);
+  if (!legacy && !chained) return ParseHex(text);
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve((text.size() + 1) / 2);
+  for (std::size_t at = 0; at < text.size(); at += kDigitsPerBlock) {
+    const std::vector<std::uint8_t> piece =
+        ParseHex(std::string_view(text).substr(at, kDigitsPerBlock));
+    bytes.insert(bytes.end(), piece.begin(), piece.end());
+  }
+  return bytes;
 }
-
-constexpr std::uint32_t kChainingMask = 0xFFFFF000U;
 
 }  // namespace
 
-// A fresh object holds all-zero keys and IV, which is what a one-character "0" text expands to.
 DES::DES(std::shared_ptr<const CodePage> codePage) : codePage_(std::move(codePage)) {}
 
-DES::~DES() {
-  SecureWipe(keys_.data(), sizeof(keys_));
-  SecureWipe(iv_.data(), sizeof(iv_));
-}
+DES::~DES() = default;
 
 void DES::Keys(std::int16_t slot, const std::string& key) {
-  if (slot < 1 || slot > 3) RaiseDesError(kDesBadKeyIndex);
+  detail::CheckKeySlot(slot);
   std::array<std::uint8_t, 8> value = EightBytes(key);
-  keys_[static_cast<std::size_t>(slot - 1)] = value;
+  cipher_.SetKey(slot, value);
   SecureWipe(value.data(), value.size());
 }
 
 void DES::InitVector(const std::string& iv) {
-  iv_ = EightBytes(iv);
+  cipher_.SetInitVector(EightBytes(iv));
 }
 
 std::string DES::Encrypt(const std::string& data, std::int32_t mode) {
-  CheckAlgorithm(mode);
-  switch (static_cast<std::uint32_t>(mode) & kChainingMask) {
-    case 0x2000:
-      return detail::FormatHex(detail::LegacyChain(detail::kEncipher, data, mode, keys_, iv_),
-                               true);
-    case 0x4000:
-      return detail::FormatHex(detail::ChainedCbc(detail::kEncipher, data, mode, keys_, iv_), true);
-    default:
-      return RunBlocks(detail::kEncipher, detail::ParseHex(data, detail::Separators::kRefused),
-                       mode);
-  }
+  return Run(false, data, mode);
 }
 
 std::string DES::Decrypt(const std::string& data, std::int32_t mode) {
-  CheckAlgorithm(mode);
-  switch (static_cast<std::uint32_t>(mode) & kChainingMask) {
-    case 0x2000:
-      return detail::FormatHex(detail::LegacyChain(detail::kDecipher, data, mode, keys_, iv_),
-                               true);
-    case 0x4000:
-      return detail::FormatHex(detail::ChainedCbc(detail::kDecipher, data, mode, keys_, iv_), true);
-    default:
-      return RunBlocks(detail::kDecipher, detail::ParseHex(data, detail::Separators::kRefused),
-                       mode);
-  }
+  return Run(true, data, mode);
 }
 
-std::string DES::RunBlocks(int direction, const std::vector<std::uint8_t>& data,
-                           std::int32_t mode) {
-  return detail::FormatHex(detail::BlockRoutine(direction, data, mode, keys_, iv_), true);
+// The algorithm is checked before the text is read; the cipher makes every other check.
+std::string DES::Run(bool decipher, const std::string& data, std::int32_t mode) {
+  detail::CheckAlgorithm(mode);
+  std::vector<std::uint8_t> in = InputBytes(decipher, data, mode);
+  std::vector<std::uint8_t> out = decipher ? cipher_.Decrypt(in, mode) : cipher_.Encrypt(in, mode);
+  std::string text = FormatHex(out, true);
+  SecureWipe(in);
+  SecureWipe(out);
+  return text;
 }
 
 }  // namespace lumivex::crypto

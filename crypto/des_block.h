@@ -1,5 +1,6 @@
-// The DES block primitive (FIPS 46-3) on 64-bit words: key schedule and one-block encipher and
-// decipher, table-driven. The DES class and the card simulator build on it.
+// The DES block primitive (FIPS 46-3): key schedule, one 64-bit block at a time, and ECB over many
+// blocks, single or triple DES EDE. DesCipher is the public cipher built on it; the fuzz targets
+// use the one-block calls as their reference.
 #pragma once
 
 #include <array>
@@ -20,6 +21,9 @@ class DesKeySchedule {
   [[nodiscard]] std::uint64_t Encrypt(std::uint64_t block) const;
   [[nodiscard]] std::uint64_t Decrypt(std::uint64_t block) const;
 
+  // The 16 round keys in the layout the rounds read (see des_tables.h).
+  [[nodiscard]] const std::array<std::uint64_t, 16>& rounds() const { return rounds_; }
+
  private:
   std::array<std::uint64_t, 16> rounds_{};
 };
@@ -28,4 +32,12 @@ class DesKeySchedule {
 std::uint64_t LoadBlock(std::span<const std::uint8_t, 8> bytes);
 void StoreBlock(std::uint64_t block, std::span<std::uint8_t, 8> bytes);
 
+namespace detail {
+
+// ECB over whole 8-byte blocks, in.size() == out.size() (out may be in itself). One schedule is
+// single DES; three are triple DES EDE: E(k3, D(k2, E(k1, P))) and its inverse.
+void EcbCrypt(bool decipher, std::span<const DesKeySchedule> keys, std::span<const std::uint8_t> in,
+              std::span<std::uint8_t> out);
+
+}  // namespace detail
 }  // namespace lumivex::crypto

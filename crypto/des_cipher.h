@@ -1,69 +1,91 @@
-// The cipher behind DES::Encrypt and DES::Decrypt, on bytes. Private to crypto/.
+// DES and triple DES (EDE) on bytes, with the chainings DESFire needs: the public cipher. The DES
+// class puts its hexadecimal text face on it; the component calls it directly.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <span>
-#include <string_view>
 #include <vector>
 
-namespace lumivex::crypto::detail {
-
-using KeySlots = std::array<std::array<std::uint8_t, 8>, 3>;
-using Block8 = std::array<std::uint8_t, 8>;
-
-// Direction of a call: 0 enciphers, 1 deciphers.
-inline constexpr int kEncipher = 0;
-inline constexpr int kDecipher = 1;
-
-// The block routine. Empty data gives nothing at once. Otherwise a short last block is padded
-// (the padding group of the mode is checked only then: 0x000 pads with 00, 0x100 with 20, others
-// raise "Bad padding mode"), the chaining part must be ECB or CBC ("Invalid chaining mode"), and
-// every 8-byte block goes through DES (slot 1) or triple DES EDE (slots 1, 2, 3), CBC starting
-// from iv. The algorithm part must already have been checked.
-std::vector<std::uint8_t> BlockRoutine(int direction, std::span<const std::uint8_t> data,
-                                       std::int32_t mode, const KeySlots& keys, const Block8& iv);
-
-// The outer chainings done around per-block calls of the block routine in CBC, on hexadecimal
-// text as Encrypt and Decrypt receive it (see des_modes.cpp).
-std::vector<std::uint8_t> LegacyChain(int direction, std::string_view data, std::int32_t mode,
-                                      const KeySlots& keys, const Block8& iv);
-std::vector<std::uint8_t> ChainedCbc(int direction, std::string_view data, std::int32_t mode,
-                                     const KeySlots& keys, const Block8& iv);
-
-}  // namespace lumivex::crypto::detail
-
-// Temporary byte-level cipher over the routines above (the crypto rework brings the final one).
-#include <string>
+#include "crypto/des_block.h"
 #include "crypto/des_errors.h"
-#include "crypto/hex_codec.h"
-#include "crypto/secure_memory.h"
-#include "crypto/crc16.h"
+#include "crypto/des_mode.h"
+
 namespace lumivex::crypto {
+
 class DesCipher {
  public:
-  DesCipher() = default;
-  ~DesCipher() { SecureWipe(keys_.data(), sizeof(keys_)); SecureWipe(iv_.data(), iv_.size()); }
+  DesCipher();   // all-zero keys and IV
+  ~DesCipher();  // wipes keys, round keys and IV
   DesCipher(const DesCipher&) = delete;
   DesCipher& operator=(const DesCipher&) = delete;
-  void SetKey(std::int16_t slot, std::span<const std::uint8_t, 8> key) {
-    if (slot < 1 || slot > 3) RaiseDesError(kDesBadKeyIndex);
-    std::copy(key.begin(), key.end(), keys_[static_cast<std::size_t>(slot - 1)].begin());
-  }
-  void SetInitVector(std::span<const std::uint8_t, 8> iv) { std::copy(iv.begin(), iv.end(), iv_.begin()); }
-  std::vector<std::uint8_t> Encrypt(std::span<const std::uint8_t> data, std::int32_t mode) const { return Run(detail::kEncipher, data, mode); }
-  std::vector<std::uint8_t> Decrypt(std::span<const std::uint8_t> data, std::int32_t mode) const { return Run(detail::kDecipher, data, mode); }
+
+  // Key slot 1..3 (8 bytes; parity bits ignored); any other slot raises DesError 0xA0010001 "Bad
+  // key index" and changes nothing. Single DES uses slot 1; triple DES slots 1, 2 and 3.
+  void SetKey(std::int16_t slot, std::span<const std::uint8_t, 8> key);
+  // Every chained call starts again from this IV.
+  void SetInitVector(std::span<const std::uint8_t, 8> iv);
+
+  // The mode word's algorithm part is checked first ("Invalid cipher algorithm"); empty data then
+  // gives nothing. ECB and CBC (from the IV) run over the whole data: a short last block is padded
+  // as the padding group says (checked only then: "Bad padding mode"), and any other chaining
+  // raises "Invalid chaining mode". The two outer chainings walk the data block by block with a
+  // value X that starts as 00 bytes, each block through CBC with the IV, C = E(B ^ IV) or
+  // B = D(C) ^ IV:
+  //   legacy chain  enciphering O = E(B ^ IV) ^ X, X = B;   deciphering O = D(B ^ X) ^ IV, X = O
+  //   chained CBC   enciphering O = E(B ^ X ^ IV), X = O;   deciphering O = D(B) ^ IV ^ X, X = B
+  // There, enciphering completes a short last block with 00 bytes whatever the padding group;
+  // deciphering pads it as the group says, after the XOR with X. Nothing is ever unpadded.
+  [[nodiscard]] std::vector<std::uint8_t> Encrypt(std::span<const std::uint8_t> data,
+                                                  std::int32_t mode) const;
+  [[nodiscard]] std::vector<std::uint8_t> Decrypt(std::span<const std::uint8_t> data,
+                                                  std::int32_t mode) const;
+
+  // Bulk ECB over whole blocks (data.size() a multiple of 8, out the same size; out may be data
+  // itself), no allocation. Other sizes raise "Bad parameter type", an algorithm that is neither
+  // single nor triple "Invalid cipher algorithm".
+  void EncryptEcb(std::span<const std::uint8_t> data, std::span<std::uint8_t> out,
+                  DesAlgorithm algorithm) const;
+  void DecryptEcb(std::span<const std::uint8_t> data, std::span<std::uint8_t> out,
+                  DesAlgorithm algorithm) const;
+
  private:
-  std::vector<std::uint8_t> Run(int direction, std::span<const std::uint8_t> data, std::int32_t mode) const {
-    if ((mode & 0xFF) > 1) RaiseDesError(kDesInvalidAlgorithm);
-    const std::string text = detail::FormatHex(data, false);
-    switch (static_cast<std::uint32_t>(mode) & 0xFFFFF000U) {
-      case 0x2000: return detail::LegacyChain(direction, text, mode, keys_, iv_);
-      case 0x4000: return detail::ChainedCbc(direction, text, mode, keys_, iv_);
-      default: return detail::BlockRoutine(direction, data, mode, keys_, iv_);
-    }
-  }
-  detail::KeySlots keys_{};
-  detail::Block8 iv_{};
+  using Block = std::array<std::uint8_t, 8>;
+
+  [[nodiscard]] std::vector<std::uint8_t> Run(bool decipher, std::span<const std::uint8_t> data,
+                                              std::int32_t mode) const;
+  [[nodiscard]] std::vector<std::uint8_t> WholeData(bool decipher,
+                                                    std::span<const std::uint8_t> data,
+                                                    std::int32_t mode) const;
+  [[nodiscard]] std::vector<std::uint8_t> OuterChain(bool decipher,
+                                                     std::span<const std::uint8_t> data,
+                                                     std::int32_t mode) const;
+  void Ecb(bool decipher, std::span<const std::uint8_t> data, std::span<std::uint8_t> out,
+           std::int32_t algorithm) const;
+  // One block through CBC with the IV: E(b ^ IV) or D(b) ^ IV.
+  void CbcWithIv(bool decipher, Block& block, std::int32_t algorithm) const;
+
+  std::array<DesKeySchedule, 3> keys_;
+  Block iv_{};
 };
+
+// CRC_A of ISO/IEC 14443-3 (polynomial x^16 + x^12 + x^5 + 1 processed reflected, initial value
+// 0x6363, no final XOR): the checksum DESFire appends, low byte first, behind enciphered data.
+std::uint16_t Crc16A(std::span<const std::uint8_t> data);
+
+// The forms of ConvertData, named: target in the low byte of a conversion mode, source in the next.
+enum class DataForm : std::int32_t {
+  kSpacedHex = 0,
+  kCompactHex = 1,
+  kBitArray = 2,
+  kSpacedBits = 3,
+  kCompactBits = 4,
+  kByteArray = 5,
+  kPlainText = 6,
+};
+
+constexpr std::int32_t ConvertMode(DataForm from, DataForm to) {
+  return (static_cast<std::int32_t>(from) << 8) | static_cast<std::int32_t>(to);
+}
+
 }  // namespace lumivex::crypto

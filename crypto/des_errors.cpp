@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "crypto/des.h"
+#include "crypto/des_mode.h"
 
 namespace lumivex::crypto {
 
@@ -42,4 +42,19 @@ void RaiseNotInCodePage(char32_t character) {
                  (std::string("Character not in the code page: ") + code.data()).c_str());
 }
 
+namespace detail {
+
+void CheckKeySlot(std::int16_t slot) {
+  if (slot < 1 || slot > 3) RaiseDesError(kDesBadKeyIndex);
+}
+
+void CheckAlgorithm(std::int32_t mode) {
+  const std::int32_t algorithm = mode & kAlgorithmBits;
+  if (algorithm != static_cast<std::int32_t>(DesAlgorithm::kSingle) &&
+      algorithm != static_cast<std::int32_t>(DesAlgorithm::kTriple)) {
+    RaiseDesError(kDesInvalidAlgorithm);
+  }
+}
+
+}  // namespace detail
 }  // namespace lumivex::crypto

@@ -2,9 +2,7 @@
 
 #include <array>
 
-#include "crypto/des_errors.h"
-
-namespace lumivex::crypto::detail {
+namespace lumivex::crypto {
 namespace {
 
 constexpr std::uint8_t kSeparator = 0xFE;
@@ -29,6 +27,12 @@ constexpr char kUpperDigits[] = "0123456789ABCDEF";
 
 inline std::uint8_t DigitOf(char ch) {
   return kDigit[static_cast<std::uint8_t>(ch)];
+}
+
+// The two upper-case digits of one byte, written at out[0] and out[1].
+void WriteHexByte(std::uint8_t byte, char* out) {
+  out[0] = kUpperDigits[byte >> 4];
+  out[1] = kUpperDigits[byte & 0xF];
 }
 
 }  // namespace
@@ -72,11 +76,6 @@ std::vector<std::uint8_t> ParseHex(std::string_view text, Separators separators)
   return bytes;
 }
 
-void WriteHexByte(std::uint8_t byte, char* out) {
-  out[0] = kUpperDigits[byte >> 4];
-  out[1] = kUpperDigits[byte & 0xF];
-}
-
 std::string FormatHex(std::span<const std::uint8_t> bytes, bool spaced) {
   if (bytes.empty()) return {};
   const std::size_t step = spaced ? 3 : 2;
@@ -89,4 +88,4 @@ std::string FormatHex(std::span<const std::uint8_t> bytes, bool spaced) {
   return text;
 }
 
-}  // namespace lumivex::crypto::detail
+}  // namespace lumivex::crypto

@@ -1,6 +1,7 @@
 // The DES class on arbitrary texts, key slots and mode words: the only errors are its own
 // numbered ones, whole-block data survives every chaining mode there and back, ECB and CBC agree
-// with a plain reference over the block primitive, and CRC16 agrees with the byte-wise CRC_A.
+// with a plain reference over the block primitive, the byte cipher gives what the text class
+// gives, and CRC16 agrees with the byte-wise CRC_A.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 
 #include "crypto/des.h"
 #include "crypto/des_block.h"
+#include "crypto/des_cipher.h"
 #include "fuzz/fuzz_check.h"
 #include "platform/text/windows_1252_code_page.h"
 
@@ -102,11 +104,13 @@ void RoundTrips(FuzzedDataProvider& input, DES& des) {
   if (input.ConsumeBool()) input.ConsumeData(iv.data(), 8);
   des.InitVector(Hex(iv, false));
   const bool triple = input.ConsumeBool();
-  const std::int32_t chaining =
-      std::array{0x0000, 0x1000, 0x2000, 0x4000}[input.ConsumeIntegralInRange(0, 3)];
+  const DesChaining chaining =
+      std::array{DesChaining::kEcb, DesChaining::kCbc, DesChaining::kLegacyChain,
+                 DesChaining::kChainedCbc}[input.ConsumeIntegralInRange(0, 3)];
   // Whole blocks need no padding, so any padding value is accepted.
   const std::int32_t mode =
-      (triple ? 1 : 0) + (input.ConsumeIntegral<std::int32_t>() & 0xF00) + chaining;
+      DesModeWord(triple ? DesAlgorithm::kTriple : DesAlgorithm::kSingle, chaining) |
+      (input.ConsumeIntegral<std::int32_t>() & 0xF00);
   Bytes data = input.ConsumeBytes<std::uint8_t>(8 * input.ConsumeIntegralInRange(1, 40));
   data.resize(std::max<std::size_t>((data.size() + 7) / 8 * 8, 8), 0x5A);
   const std::string plain = Hex(data, false);
@@ -117,12 +121,21 @@ void RoundTrips(FuzzedDataProvider& input, DES& des) {
   FUZZ_CHECK(des.Encrypt(Compact(deciphered), mode) == Hex(data, true));
   // Keys and IV are not carried over from one call to the next.
   FUZZ_CHECK(des.Encrypt(plain, mode) == enciphered);
-  if (chaining <= 0x1000) {
-    FUZZ_CHECK(Compact(enciphered) == Reference(false, chaining != 0, triple, keys, iv, data));
-    FUZZ_CHECK(Compact(deciphered) == Reference(true, chaining != 0, triple, keys, iv, data));
+  const bool cbc = chaining == DesChaining::kCbc;
+  if (cbc || chaining == DesChaining::kEcb) {
+    FUZZ_CHECK(Compact(enciphered) == Reference(false, cbc, triple, keys, iv, data));
+    FUZZ_CHECK(Compact(deciphered) == Reference(true, cbc, triple, keys, iv, data));
   }
+  // The byte cipher under the same keys and IV.
+  DesCipher cipher;
+  for (std::size_t slot = 0; slot < 3; ++slot) {
+    cipher.SetKey(static_cast<std::int16_t>(slot + 1), keys[slot]);
+  }
+  cipher.SetInitVector(iv);
+  FUZZ_CHECK(Hex(cipher.Encrypt(data, mode), true) == enciphered);
+  FUZZ_CHECK(Hex(cipher.Decrypt(data, mode), true) == deciphered);
   // With a zero IV the outer chaining is plain CBC.
-  if (chaining == 0x4000 && iv == Key{}) {
+  if (chaining == DesChaining::kChainedCbc && iv == Key{}) {
     FUZZ_CHECK(Compact(enciphered) == Reference(false, true, triple, keys, iv, data));
   }
   FUZZ_CHECK(des.CRC16(plain) == ReferenceCrc(data));
@@ -132,12 +145,16 @@ void RoundTrips(FuzzedDataProvider& input, DES& des) {
 void Conversions(FuzzedDataProvider& input, DES& des) {
   const Bytes bytes = input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange(1, 64));
   if (bytes.empty()) return;
-  for (const int target : {0, 1, 2, 3, 4, 6}) {
-    const ConvertValue formed = des.ConvertData(bytes, 0x500 | target);
-    FUZZ_CHECK(std::get<Bytes>(des.ConvertData(formed, (target << 8) | 5)) == bytes);
+  using enum DataForm;
+  for (const DataForm form :
+       {kSpacedHex, kCompactHex, kBitArray, kSpacedBits, kCompactBits, kPlainText}) {
+    const ConvertValue formed = des.ConvertData(bytes, ConvertMode(kByteArray, form));
+    FUZZ_CHECK(std::get<Bytes>(des.ConvertData(formed, ConvertMode(form, kByteArray))) == bytes);
   }
-  FUZZ_CHECK(std::get<std::string>(des.ConvertData(bytes, 0x500)) == Hex(bytes, true));
-  FUZZ_CHECK(std::get<std::string>(des.ConvertData(bytes, 0x501)) == Hex(bytes, false));
+  FUZZ_CHECK(std::get<std::string>(des.ConvertData(bytes, ConvertMode(kByteArray, kSpacedHex))) ==
+             Hex(bytes, true));
+  FUZZ_CHECK(std::get<std::string>(des.ConvertData(bytes, ConvertMode(kByteArray, kCompactHex))) ==
+             Hex(bytes, false));
 }
 
 }  // namespace

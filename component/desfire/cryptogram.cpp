@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "crypto/crc16.h"
+#include "crypto/des_cipher.h"
 
 namespace lumivex::desfire {
 

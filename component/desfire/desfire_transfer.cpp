@@ -9,6 +9,7 @@
 #include "component/desfire/desfire_card.h"
 #include "component/desfire/desfire_files.h"
 #include "crypto/des.h"
+#include "crypto/des_cipher.h"
 
 namespace lumivex::desfire {
 
@@ -22,11 +23,13 @@ constexpr std::size_t kNextFrameBytes = 59;
 constexpr std::int32_t kMaxFileNumber = 15;
 constexpr std::int32_t kMax24 = 0xFFFFFF;
 
-// ConvertData: the host's hexadecimal text (separators allowed), or its plain text (one byte a
-// character in the code page), as bytes; and bytes as plain text.
-constexpr std::int32_t kHexTextToBytes = 0x005;
-constexpr std::int32_t kPlainTextToBytes = 0x605;
-constexpr std::int32_t kBytesToPlainText = 0x506;
+// The host's hexadecimal text (separators allowed), or its plain text (one byte a character in
+// the code page), as bytes; and bytes as plain text.
+using crypto::ConvertMode;
+using crypto::DataForm;
+constexpr std::int32_t kHexTextToBytes = ConvertMode(DataForm::kSpacedHex, DataForm::kByteArray);
+constexpr std::int32_t kPlainTextToBytes = ConvertMode(DataForm::kPlainText, DataForm::kByteArray);
+constexpr std::int32_t kBytesToPlainText = ConvertMode(DataForm::kByteArray, DataForm::kPlainText);
 
 constexpr std::array<std::uint8_t, 2> kDataFiles{dftData, dftBackup};
 constexpr std::array<std::uint8_t, 2> kRecordFiles{dftLinear, dftCyclic};

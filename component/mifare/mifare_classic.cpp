@@ -7,6 +7,7 @@
 #include "component/numeric_text.h"
 #include "component/reader_session.h"
 #include "crypto/des.h"
+#include "crypto/des_cipher.h"
 #include "crypto/secure_memory.h"
 
 namespace lumivex {
@@ -14,8 +15,9 @@ namespace lumivex {
 namespace {
 
 constexpr std::size_t kBlocDigits = 32;
-// ConvertData: hexadecimal text with separators in, the bytes out.
-constexpr std::int32_t kHexTextToBytes = 0x0005;
+// The host's hexadecimal text, separators allowed, as bytes.
+constexpr std::int32_t kHexTextToBytes =
+    crypto::ConvertMode(crypto::DataForm::kSpacedHex, crypto::DataForm::kByteArray);
 
 // A key as the frame carries it: its bytes when the text is hexadecimal (blanks, commas, tabs
 // and line ends removed), else the text as the host wrote it, which the reader then refuses.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "crypto/crc16.h"
+#include "crypto/des_cipher.h"
 #include "crypto/secure_memory.h"
 
 namespace lumivex::sim::desfire {
@@ -10,18 +10,6 @@ namespace lumivex::sim::desfire {
 namespace {
 
 constexpr std::size_t kBlock = 8;
-
-std::uint64_t Load(std::span<const std::uint8_t> bytes, std::size_t at) {
-  return crypto::LoadBlock(std::span<const std::uint8_t, 8>(bytes.subspan(at, kBlock)));
-}
-
-void Store(std::uint64_t block, Bytes& out, std::size_t at) {
-  crypto::StoreBlock(block, std::span<std::uint8_t, 8>(out.data() + at, kBlock));
-}
-
-std::uint64_t KeyHalf(const Key16& key, std::size_t at) {
-  return crypto::LoadBlock(std::span<const std::uint8_t, 8>(key.data() + at, kBlock));
-}
 
 }  // namespace
 
@@ -65,38 +53,23 @@ Key16 SessionKey(const std::array<std::uint8_t, 8>& rndA, const std::array<std::
 }
 
 CardCipher::CardCipher(const Key16& key)
-    : single_(IsSingleDes(key)), k1_(KeyHalf(key, 0)), k2_(KeyHalf(key, kBlock)) {}
-
-std::uint64_t CardCipher::Encipher(std::uint64_t block) const {
-  if (single_) return k1_.Encrypt(block);
-  return k1_.Encrypt(k2_.Decrypt(k1_.Encrypt(block)));
-}
-
-std::uint64_t CardCipher::Decipher(std::uint64_t block) const {
-  if (single_) return k1_.Decrypt(block);
-  return k1_.Decrypt(k2_.Encrypt(k1_.Decrypt(block)));
+    : algorithm_(IsSingleDes(key) ? crypto::DesAlgorithm::kSingle : crypto::DesAlgorithm::kTriple) {
+  const std::span<const std::uint8_t, 16> halves(key);
+  cipher_.SetKey(1, halves.first<kBlock>());
+  cipher_.SetKey(2, halves.last<kBlock>());
+  cipher_.SetKey(3, halves.first<kBlock>());
 }
 
 Bytes CardCipher::FromReader(std::span<const std::uint8_t> data) const {
-  Bytes out(data.size() - data.size() % kBlock);
-  std::uint64_t previous = 0;
-  for (std::size_t at = 0; at < out.size(); at += kBlock) {
-    const std::uint64_t cipher = Load(data, at);
-    Store(Encipher(cipher) ^ previous, out, at);
-    previous = cipher;
-  }
+  const std::span<const std::uint8_t> blocks = data.first(data.size() - data.size() % kBlock);
+  Bytes out(blocks.size());
+  cipher_.EncryptEcb(blocks, out, algorithm_);
+  for (std::size_t at = kBlock; at < out.size(); ++at) out[at] ^= blocks[at - kBlock];
   return out;
 }
 
 Bytes CardCipher::ToReader(std::span<const std::uint8_t> data) const {
-  Bytes out(data.begin(), data.end());
-  out.resize((out.size() + kBlock - 1) / kBlock * kBlock, 0);
-  std::uint64_t chain = 0;
-  for (std::size_t at = 0; at < out.size(); at += kBlock) {
-    chain = Encipher(Load(out, at) ^ chain);
-    Store(chain, out, at);
-  }
-  return out;
+  return cipher_.Encrypt(data, crypto::DesModeWord(algorithm_, crypto::DesChaining::kCbc));
 }
 
 std::array<std::uint8_t, 4> CardCipher::Mac(std::span<const std::uint8_t> data) const {

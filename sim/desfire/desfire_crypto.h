@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-#include "crypto/des_block.h"
+#include "crypto/des_cipher.h"
 #include "sim/desfire/desfire_model.h"
 
 namespace lumivex::sim::desfire {
@@ -29,9 +29,6 @@ class CardCipher {
  public:
   explicit CardCipher(const Key16& key);
 
-  [[nodiscard]] std::uint64_t Encipher(std::uint64_t block) const;
-  [[nodiscard]] std::uint64_t Decipher(std::uint64_t block) const;
-
   // Data the reader sent (a multiple of 8 bytes): P[i] = E(C[i]) XOR C[i-1], C[-1] = 0.
   [[nodiscard]] Bytes FromReader(std::span<const std::uint8_t> data) const;
   // Data for the reader, zero-padded to 8 bytes: CBC encipher with an all-zero IV.
@@ -40,9 +37,8 @@ class CardCipher {
   [[nodiscard]] std::array<std::uint8_t, 4> Mac(std::span<const std::uint8_t> data) const;
 
  private:
-  bool single_;
-  crypto::DesKeySchedule k1_;
-  crypto::DesKeySchedule k2_;
+  crypto::DesAlgorithm algorithm_;
+  crypto::DesCipher cipher_;  // 2K3DES as triple DES with keys 1, 2, 1; IV zero
 };
 
 }  // namespace lumivex::sim::desfire

@@ -43,7 +43,9 @@ class DesfireFrames : public ::testing::Test {
     des.Keys(2, std::string(kSession).substr(16));
     des.Keys(3, std::string(kSession).substr(0, 16));
     des.InitVector("0000000000000000");
-    return Compact(des.Encrypt(frame.substr(at, digits), crypto::desTriple | 0x2000));
+    return Compact(des.Encrypt(
+        frame.substr(at, digits),
+        crypto::DesModeWord(crypto::DesAlgorithm::kTriple, crypto::DesChaining::kLegacyChain)));
   }
   std::string Crc(const std::string& hex) { return Compact(Peer::Des(e).CRC16(hex)); }
 
@@ -174,7 +176,8 @@ TEST(DesfireAuthentication, DrawsRndAFromTheCryptographicGenerator) {
   crypto::DES card;  // the card's side: key 0, one block enciphered at a time
   for (std::int16_t slot = 1; slot <= 3; ++slot) card.Keys(slot, "0000000000000000");
   const auto encipher = [&](const std::string& block) {
-    return Compact(card.Encrypt(block, crypto::desSingle));
+    return Compact(card.Encrypt(
+        block, crypto::DesModeWord(crypto::DesAlgorithm::kSingle, crypto::DesChaining::kEcb)));
   };
   pcsc->Expect("905A000003 A1B2C3 00", "9100");
   pcsc->Expect("900A000001 00 00", encipher("8899AABBCCDDEEFF") + "91AF");
