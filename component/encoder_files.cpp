@@ -13,8 +13,8 @@ sceReturnCode Encoder::DESFireCreateStdDataFile(std::int32_t FileNumber,
                                                 std::int32_t KeyRead, std::int32_t KeyWrite,
                                                 std::int32_t KeyReadWrite, std::int32_t KeyManage,
                                                 std::int32_t FileSize) {
-  return parts_->files.CreateStdDataFile(FileNumber, CommunicationSettings,
-                                         {KeyRead, KeyWrite, KeyReadWrite, KeyManage}, FileSize);
+  return parts_->files.CreateDataFile(desfire::kStdDataFile, FileNumber, CommunicationSettings,
+                                      {KeyRead, KeyWrite, KeyReadWrite, KeyManage}, FileSize);
 }
 
 sceReturnCode Encoder::DESFireCreateBackupDataFile(std::int32_t FileNumber,
@@ -22,8 +22,8 @@ sceReturnCode Encoder::DESFireCreateBackupDataFile(std::int32_t FileNumber,
                                                    std::int32_t KeyRead, std::int32_t KeyWrite,
                                                    std::int32_t KeyReadWrite,
                                                    std::int32_t KeyManage, std::int32_t FileSize) {
-  return parts_->files.CreateBackupDataFile(FileNumber, CommunicationSettings,
-                                            {KeyRead, KeyWrite, KeyReadWrite, KeyManage}, FileSize);
+  return parts_->files.CreateDataFile(desfire::kBackupDataFile, FileNumber, CommunicationSettings,
+                                      {KeyRead, KeyWrite, KeyReadWrite, KeyManage}, FileSize);
 }
 
 sceReturnCode Encoder::DESFireCreateValueFile(std::int32_t FileNumber,
@@ -42,18 +42,18 @@ sceReturnCode Encoder::DESFireCreateLinearRecordFile(
     std::int32_t FileNumber, std::int32_t CommunicationSettings, std::int32_t KeyRead,
     std::int32_t KeyWrite, std::int32_t KeyReadWrite, std::int32_t KeyManage,
     std::int32_t RecordSize, std::int32_t MaxNumOfRecords) {
-  return parts_->files.CreateLinearRecordFile(FileNumber, CommunicationSettings,
-                                              {KeyRead, KeyWrite, KeyReadWrite, KeyManage},
-                                              RecordSize, MaxNumOfRecords);
+  return parts_->files.CreateRecordFile(
+      desfire::kLinearRecordFile, FileNumber, CommunicationSettings,
+      {KeyRead, KeyWrite, KeyReadWrite, KeyManage}, RecordSize, MaxNumOfRecords);
 }
 
 sceReturnCode Encoder::DESFireCreateCyclicRecordFile(
     std::int32_t FileNumber, std::int32_t CommunicationSettings, std::int32_t KeyRead,
     std::int32_t KeyWrite, std::int32_t KeyReadWrite, std::int32_t KeyManage,
     std::int32_t RecordSize, std::int32_t MaxNumOfRecords) {
-  return parts_->files.CreateCyclicRecordFile(FileNumber, CommunicationSettings,
-                                              {KeyRead, KeyWrite, KeyReadWrite, KeyManage},
-                                              RecordSize, MaxNumOfRecords);
+  return parts_->files.CreateRecordFile(
+      desfire::kCyclicRecordFile, FileNumber, CommunicationSettings,
+      {KeyRead, KeyWrite, KeyReadWrite, KeyManage}, RecordSize, MaxNumOfRecords);
 }
 
 sceReturnCode Encoder::DESFireDeleteFile(std::int32_t FileNumber) {

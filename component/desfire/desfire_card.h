@@ -25,6 +25,11 @@ namespace desfire {
 
 class Cryptogram;
 
+// The highest file number the operations on files take (deletion, settings, transfers).
+inline constexpr std::int32_t kMaxFileNumber = 15;
+// The largest size, offset, length or count that three bytes carry.
+inline constexpr std::int32_t kMax24 = 0xFFFFFF;
+
 class Card {
  public:
   Card(Reporting& reporting, CommandEngine& engine, Host& host)

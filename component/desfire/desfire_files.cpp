@@ -12,12 +12,6 @@ namespace lumivex::desfire {
 
 namespace {
 
-// Highest file number of standard data files (and of deletion and settings), and of the other
-// kinds, which are deliberately held to a narrower range.
-constexpr std::int32_t kMaxFileNumber = 15;
-constexpr std::int32_t kMaxFileNumberOtherKinds = 7;
-constexpr std::int32_t kMax24 = 0xFFFFFF;  // the largest size or count three bytes carry
-
 bool ValidCreateCommSettings(std::int32_t value) {
   return value == dfcPlain || value == dfcPlainMac || value == dfcCiphered;
 }
@@ -82,63 +76,45 @@ sceReturnCode Files::GetFileIDs(std::string& FileIds) {
   });
 }
 
-sceReturnCode Files::CreateFile(Command command, const char* name, std::int32_t maxFileNumber,
-                                std::int32_t fileNumber, std::int32_t communicationSettings,
-                                const AccessRights& rights, const Failure* kindFailure,
+sceReturnCode Files::CreateFile(const FileCreation& kind, std::int32_t fileNumber,
+                                std::int32_t communicationSettings, const AccessRights& rights,
+                                const Failure* kindFailure,
                                 std::initializer_list<FrameArg> kindValues) {
-  return card_.Run(name, [&] {
-    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, name);
-    if (const Failure* failed = CheckFileArguments(
-            fileNumber, maxFileNumber, ValidCreateCommSettings(communicationSettings), rights)) {
-      return card_.Refuse(*failed, name);
+  return card_.Run(kind.name, [&] {
+    if (!card_.IsAuthenticated()) return card_.Refuse(failure::kNotAuthenticated, kind.name);
+    if (const Failure* failed =
+            CheckFileArguments(fileNumber, kind.maxFileNumber,
+                               ValidCreateCommSettings(communicationSettings), rights)) {
+      return card_.Refuse(*failed, kind.name);
     }
-    if (kindFailure != nullptr) return card_.Refuse(*kindFailure, name);
+    if (kindFailure != nullptr) return card_.Refuse(*kindFailure, kind.name);
     std::vector<FrameArg> values{fileNumber, communicationSettings, RightsWord(rights)};
     values.insert(values.end(), kindValues.begin(), kindValues.end());
-    return card_.SendExpectOk(command, values, name);
+    return card_.SendExpectOk(kind.command, values, kind.name);
   });
 }
 
-sceReturnCode Files::CreateStdDataFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
-                                       const AccessRights& rights, std::int32_t FileSize) {
-  return CreateFile(Command::kDesfireCreateStdDataFile, "DESFireCreateStdDataFile", kMaxFileNumber,
-                    FileNumber, CommunicationSettings, rights, DataFileFailure(FileSize),
+sceReturnCode Files::CreateDataFile(const FileCreation& kind, std::int32_t FileNumber,
+                                    std::int32_t CommunicationSettings, const AccessRights& rights,
+                                    std::int32_t FileSize) {
+  return CreateFile(kind, FileNumber, CommunicationSettings, rights, DataFileFailure(FileSize),
                     {FileSize});
-}
-
-sceReturnCode Files::CreateBackupDataFile(std::int32_t FileNumber,
-                                          std::int32_t CommunicationSettings,
-                                          const AccessRights& rights, std::int32_t FileSize) {
-  return CreateFile(Command::kDesfireCreateBackupDataFile, "DESFireCreateBackupDataFile",
-                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
-                    DataFileFailure(FileSize), {FileSize});
 }
 
 sceReturnCode Files::CreateValueFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
                                      const AccessRights& rights, std::int32_t LowerLimit,
                                      std::int32_t UpperLimit, std::int32_t InitialValue,
                                      bool LimitedCreditEnabled) {
-  return CreateFile(Command::kDesfireCreateValueFile, "DESFireCreateValueFile",
-                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
+  return CreateFile(kValueFile, FileNumber, CommunicationSettings, rights,
                     ValueFileFailure(LowerLimit, UpperLimit, InitialValue),
                     {LowerLimit, UpperLimit, InitialValue, LimitedCreditEnabled ? 1 : 0});
 }
 
-sceReturnCode Files::CreateLinearRecordFile(std::int32_t FileNumber,
-                                            std::int32_t CommunicationSettings,
-                                            const AccessRights& rights, std::int32_t RecordSize,
-                                            std::int32_t MaxNumOfRecords) {
-  return CreateFile(Command::kDesfireCreateLinearRecordFile, "DESFireCreateLinearRecordFile",
-                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
-                    RecordFileFailure(RecordSize, MaxNumOfRecords), {RecordSize, MaxNumOfRecords});
-}
-
-sceReturnCode Files::CreateCyclicRecordFile(std::int32_t FileNumber,
-                                            std::int32_t CommunicationSettings,
-                                            const AccessRights& rights, std::int32_t RecordSize,
-                                            std::int32_t MaxNumOfRecords) {
-  return CreateFile(Command::kDesfireCreateCyclicRecordFile, "DESFireCreateCyclicRecordFile",
-                    kMaxFileNumberOtherKinds, FileNumber, CommunicationSettings, rights,
+sceReturnCode Files::CreateRecordFile(const FileCreation& kind, std::int32_t FileNumber,
+                                      std::int32_t CommunicationSettings,
+                                      const AccessRights& rights, std::int32_t RecordSize,
+                                      std::int32_t MaxNumOfRecords) {
+  return CreateFile(kind, FileNumber, CommunicationSettings, rights,
                     RecordFileFailure(RecordSize, MaxNumOfRecords), {RecordSize, MaxNumOfRecords});
 }
 

@@ -33,25 +33,41 @@ struct FileKind {
   StatusWord statusWord;
 };
 
+// The kinds of file creation: the command, the operation's name, and the highest file number
+// (standard data files take 0 to 15, the other kinds are deliberately held to 0 to 7).
+struct FileCreation {
+  Command command;
+  const char* name;
+  std::int32_t maxFileNumber;
+};
+inline constexpr FileCreation kStdDataFile{Command::kDesfireCreateStdDataFile,
+                                           "DESFireCreateStdDataFile", 15};
+inline constexpr FileCreation kBackupDataFile{Command::kDesfireCreateBackupDataFile,
+                                              "DESFireCreateBackupDataFile", 7};
+inline constexpr FileCreation kValueFile{Command::kDesfireCreateValueFile, "DESFireCreateValueFile",
+                                         7};
+inline constexpr FileCreation kLinearRecordFile{Command::kDesfireCreateLinearRecordFile,
+                                                "DESFireCreateLinearRecordFile", 7};
+inline constexpr FileCreation kCyclicRecordFile{Command::kDesfireCreateCyclicRecordFile,
+                                                "DESFireCreateCyclicRecordFile", 7};
+
 class Files {
  public:
   explicit Files(Card& card) : card_(card) {}
 
   sceReturnCode GetFileIDs(std::string& FileIds);
-  sceReturnCode CreateStdDataFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
-                                  const AccessRights& rights, std::int32_t FileSize);
-  sceReturnCode CreateBackupDataFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
-                                     const AccessRights& rights, std::int32_t FileSize);
+  // Standard and backup data files.
+  sceReturnCode CreateDataFile(const FileCreation& kind, std::int32_t FileNumber,
+                               std::int32_t CommunicationSettings, const AccessRights& rights,
+                               std::int32_t FileSize);
   sceReturnCode CreateValueFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
                                 const AccessRights& rights, std::int32_t LowerLimit,
                                 std::int32_t UpperLimit, std::int32_t InitialValue,
                                 bool LimitedCreditEnabled);
-  sceReturnCode CreateLinearRecordFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
-                                       const AccessRights& rights, std::int32_t RecordSize,
-                                       std::int32_t MaxNumOfRecords);
-  sceReturnCode CreateCyclicRecordFile(std::int32_t FileNumber, std::int32_t CommunicationSettings,
-                                       const AccessRights& rights, std::int32_t RecordSize,
-                                       std::int32_t MaxNumOfRecords);
+  // Linear and cyclic record files.
+  sceReturnCode CreateRecordFile(const FileCreation& kind, std::int32_t FileNumber,
+                                 std::int32_t CommunicationSettings, const AccessRights& rights,
+                                 std::int32_t RecordSize, std::int32_t MaxNumOfRecords);
   sceReturnCode DeleteFile(std::int32_t FileNumber);
   sceReturnCode GetFileSettings(std::int32_t FileNo, std::string& Information);
   sceReturnCode ChangeFileSettings(std::int32_t FileNo, std::int32_t CommunicationSettings,
@@ -65,10 +81,9 @@ class Files {
   // Every kind of file is created alike: the shared checks, the kind's own check (kind, a
   // failure or null), then the command with number, communication settings and rights followed
   // by the kind's values.
-  sceReturnCode CreateFile(Command command, const char* name, std::int32_t maxFileNumber,
-                           std::int32_t fileNumber, std::int32_t communicationSettings,
-                           const AccessRights& rights, const Failure* kindFailure,
-                           std::initializer_list<FrameArg> kindValues);
+  sceReturnCode CreateFile(const FileCreation& kind, std::int32_t fileNumber,
+                           std::int32_t communicationSettings, const AccessRights& rights,
+                           const Failure* kindFailure, std::initializer_list<FrameArg> kindValues);
   // GetFileSettings with what the card answered: the settings' bytes and the status word.
   sceReturnCode ReadFileSettings(std::int32_t fileNo, std::string& information, Bytes& settings,
                                  StatusWord& statusWord);

@@ -20,9 +20,6 @@ namespace {
 constexpr std::size_t kFirstFrameBytes = 52;
 constexpr std::size_t kNextFrameBytes = 59;
 
-constexpr std::int32_t kMaxFileNumber = 15;
-constexpr std::int32_t kMax24 = 0xFFFFFF;
-
 // The host's hexadecimal text (separators allowed), or its plain text (one byte a character in
 // the code page), as bytes; and bytes as plain text.
 using crypto::ConvertMode;
