@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "component/error_codes.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
@@ -37,20 +36,9 @@ TEST_F(MifareFrames, KeyTypeNeverChangesAFrameAndTheBlockByteKeepsItsLowByte) {
   for (const auto& line : bench.trace) EXPECT_EQ(line.find("A0A1A2A3A4A5"), std::string::npos);
 }
 
-TEST_F(MifareFrames, AuthenticationLoadsTheKeyThenNamesTheBlockInDecimal) {
-  bench.pcsc->Expect("FF 82 00 00 06 FFFFFFFFFFFF", "9000");
-  bench.pcsc->Expect("FF 86 00 00 05 01 00 12 00 00", "9000");
-  bench.pcsc->Expect("FF 82 00 10 06 FFFFFFFFFFFF", "6300");
-  EXPECT_EQ(EncoderTestPeer::MifareAuthenticate(bench.encoder, 1, 12, "FFFFFFFFFFFF"), sceSuccess);
-  EXPECT_EQ(EncoderTestPeer::MifareAuthenticate(bench.encoder, 2, 12, "FFFFFFFFFFFF"), sceError);
-  ExpectFailure(err::kCommandFailed, "MifareAuthenticate", "6300");
-  EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "EncoderCommand:SCardTransmit:LoadKey");
-}
-
 // A key that does not convert travels as given and the reader judges it; an accepted read without
 // a whole block is a read error.
 TEST_F(MifareFrames, UnconvertedKeysAndShortReads) {
-  EXPECT_EQ(EncoderTestPeer::NormaliseMifareKey(bench.encoder, "GG 12"), "GG 12");
   bench.pcsc->Expect("FF F3 00 04 06 0ABC 10", "6700");
   std::string contents = "was";
   EXPECT_EQ(bench.encoder.MifareReadDataBloc(4, "abc", 1, contents), sceError);

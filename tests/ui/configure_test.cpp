@@ -14,7 +14,6 @@
 #include "component/error_codes.h"
 #include "sim/mifare/mifare_classic_card.h"
 #include "sim/simulated_pcsc.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 #include "tests/support/virtual_host.h"
 #include "ui/configure_model.h"
@@ -160,8 +159,10 @@ TEST(Configure, HandsTheEncodersContextToTheDialogAndTakesBackTheChoice) {
   test::ScriptedEncoder bench(nullptr, dialogs);
   std::string testLog;
   dialogs->answer = [&](const ConfigureRequest& request) {
-    EXPECT_EQ(request.context, EncoderTestPeer::Context(bench.encoder));
-    EXPECT_EQ(bench.pcsc->OpenCards(), 0U);  // the encoder let its card go for the test
+    // The encoder's own context (the only one open), its card let go for the test.
+    EXPECT_NE(request.context, 0);
+    EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
+    EXPECT_EQ(bench.pcsc->OpenCards(), 0U);
     ConfigureModel model(request);
     ReaderTest test(model.Test(), nullptr);
     test.OnTimer();
@@ -196,19 +197,31 @@ TEST(Configure, CancelFailureAndMissingDialog) {
   test::ScriptedEncoder bench(nullptr, dialogs);
   const std::string before = bench.encoder.Parameters();
 
-  dialogs->answer = [](const ConfigureRequest&) { return ConfigureModel::Cancel(); };
-  bench.pcsc->SetCardPresent(false);  // an empty reader still opens
-  EXPECT_EQ(bench.encoder.Configure(""), sceCanceled);
-  EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
-  EXPECT_EQ(bench.encoder.Parameters(), before);
-  bench.encoder.CloseEncoder();
+  // A reader that is empty or unknown still opens, for the dialog to choose another.
+  PcscContext lent = 0;
+  dialogs->answer = [&](const ConfigureRequest& request) {
+    lent = request.context;
+    return ConfigureModel::Cancel();
+  };
+  for (const bool unknown : {false, true}) {
+    bench.pcsc->SetCardPresent(unknown);
+    bench.encoder.Parameters(unknown ? "Device=Elsewhere" : before);
+    const std::string chosen = bench.encoder.Parameters();
+    EXPECT_EQ(bench.encoder.Configure(""), sceCanceled);
+    EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
+    EXPECT_EQ(bench.encoder.Parameters(), chosen);
+    EXPECT_NE(lent, 0);
+    EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
+    bench.encoder.CloseEncoder();
+  }
+  bench.encoder.Parameters(before);
 
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
   EXPECT_EQ(Record(bench.encoder),
             std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "Configure",
                             "OpenEncoder:SCardEstablishContext"));
-  EXPECT_EQ(dialogs->shown.size(), 1U);  // not shown again
+  EXPECT_EQ(dialogs->shown.size(), 2U);  // not shown again
 
   dialogs->answer = [](const ConfigureRequest&) -> ConfigureAnswer {
     throw std::runtime_error("no display");
