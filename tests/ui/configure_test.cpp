@@ -89,10 +89,10 @@ TEST(ConfigureModel, SelectsTheCurrentSettingsAndHandsBackTheChoice) {
     std::size_t reader;  // selected entries
     std::size_t protocolEntry;
     const char* okDevice;  // what OK hands back
-  } cases[] = {{"B", 2, 2, 1, "B"},
-               {"A", 1, 1, 0, "A"},
-               {"<unknown>", 0, 0, 0, "-- Inconnu --"},
+    // clang-format off
+  } cases[] = {{"B", 2, 2, 1, "B"}, {"A", 1, 1, 0, "A"}, {"<unknown>", 0, 0, 0, "-- Inconnu --"},
                {" A", 3, 0, 0, "-- Inconnu --"}};
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.device);
     ConfigureModel model(Request(pcsc, c.device, c.protocol, "francais"));
@@ -112,20 +112,12 @@ TEST(ConfigureModel, SelectsTheCurrentSettingsAndHandsBackTheChoice) {
 }
 
 TEST(ConfigureModel, CaptionsByLanguage) {
-  const Names french = {"Configuration de l'encodeur Orbanet Lumivex",
-                        "&Encodeur :",
-                        "-- Inconnu --",
-                        "&Protocole :",
-                        "&Test encodeur...",
-                        "Annuler",
-                        "OK"};
-  const Names english = {"Orbanet Lumivex encoder Configuration",
-                         "&Encoder:",
-                         "-- Unknown --",
-                         "&Protocol:",
-                         "&Test settings...",
-                         "Cancel",
-                         "OK"};
+  // clang-format off
+  const Names french = {"Configuration de l'encodeur Orbanet Lumivex", "&Encodeur :", "-- Inconnu --",
+                        "&Protocole :", "&Test encodeur...", "Annuler", "OK"};
+  const Names english = {"Orbanet Lumivex encoder Configuration", "&Encoder:", "-- Unknown --",
+                         "&Protocol:", "&Test settings...", "Cancel", "OK"};
+  // clang-format on
   for (const auto& [language, expected] : std::vector<std::pair<const char*, Names>>{
            {"francais", french}, {"FRANCAIS", french}, {"", english}, {"français", english}}) {
     const auto pcsc = std::make_shared<ScriptedPcsc>();
