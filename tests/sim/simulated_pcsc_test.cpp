@@ -140,24 +140,17 @@ TEST_F(SimulatedPcscTest, TransmitChecks) {
   EXPECT_EQ(pcsc_.transmitCount(), 2U);
 }
 
-TEST_F(SimulatedPcscTest, FaultModes) {
-  pcsc_.reader().SetFault(Fault::Mute);
-  EXPECT_EQ(Send(card_, "FFCA000000"), "error 80100066");
-  pcsc_.reader().SetFault(Fault::Endless91AF);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(Sw(Send(card_, "90AF000000")), "91AF");
-
+// The fault modes are exercised by the hardening tests; garbage must at least repeat with its
+// seed, so that those tests give the same result on every run.
+TEST(SimulatedReader, GarbageRepeatsWithItsSeed) {
   const auto garbage = [](std::uint64_t seed) {
     SimulatedReader reader(seed);
     reader.InsertCard(MakeMifareClassic());
     reader.SetFault(Fault::Garbage);
     return reader.Transmit(Bytes("FFCA000000")).response;
   };
-  EXPECT_EQ(garbage(7), garbage(7)) << "reproducible from the seed";
+  EXPECT_EQ(garbage(7), garbage(7));
   EXPECT_NE(garbage(7), garbage(8));
-
-  pcsc_.reader().SetFault(Fault::RemoveAfter, 1);
-  EXPECT_EQ(Send(card_, "FFCA000000"), "123456789000");
-  EXPECT_EQ(Send(card_, "FFCA000000"), "error 80100069");
 }
 
 // The messages of the vpcd driver and their answers; the link itself is exercised by the pcsc tier.
