@@ -16,7 +16,7 @@ class DesfireCardFiles : public testing::Test {
     ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 3})).sw, 0x9100);
     ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
   }
-  int Send(std::uint8_t command, std::string_view hex) { return r.Run(command, Hex(hex)).sw; }
+  int Send(std::uint8_t command, const std::string& hex) { return r.Run(command, Hex(hex)).sw; }
   Reader r;
 };
 

@@ -17,14 +17,11 @@ namespace desfire_test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline Bytes Hex(std::string_view text) {
+inline Bytes Hex(std::string text) {
+  std::erase(text, ' ');
   Bytes out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == ' ') continue;
-    out.push_back(
-        static_cast<std::uint8_t>(std::stoi(std::string(text.substr(i, 2)), nullptr, 16)));
-    ++i;
-  }
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2)
+    out.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
   return out;
 }
 
