@@ -18,7 +18,7 @@ const std::string kReaderList = std::string("Lumivex Simulator 0") + '\0' + '\0'
 
 // A simulator with a context and, when the reader has a card, an exclusive connection.
 struct Session {
-  explicit Session(const char* kind = nullptr, const char* uid = nullptr) : winscard(kind, uid) {
+  Session() : winscard(nullptr, nullptr) {
     EXPECT_EQ(winscard.EstablishContext(SCOPE_SYSTEM, &context), kOk);
     connected = winscard.Connect(context, "Lumivex Simulator 0", SHARE_EXCLUSIVE,
                                  PROTOCOL_T0 | PROTOCOL_T1, &card, &protocol);
@@ -39,43 +39,6 @@ struct Session {
   PcscDword protocol = 0;
   PcscLong connected = 0;
 };
-
-// The card chosen from the environment's two values; a bad choice leaves the reader empty while
-// contexts keep working.
-TEST(SimulatedWinscardTest, CardFromTheEnvironment) {
-  struct Case {
-    const char* kind;
-    const char* uid;
-    std::string getUid;  // the answer to get-UID, "" for an empty reader
-    bool setupError;
-  };
-  const Case cases[] = {
-      {nullptr, nullptr, "123456789000", false},  // MIFARE Classic 1K by default
-      {"", nullptr, "123456789000", false},
-      {"mifare4k", "a1 b2 c3 d4", "A1B2C3D49000", false},
-      {"desfire", "04A1B2C3D4E5F6", "04A1B2C3D4E5F69000", false},
-      {"none", nullptr, "", false},
-      {"desfire", "A1B2C3D4", "", true},  // a MIFARE-sized UID
-      {"mifare1k", "A1B2C3D", "", true},  // an odd digit count
-      {"mifare1k", "G1B2C3D4", "", true},
-      {"mifare2k", nullptr, "", true},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.kind != nullptr ? c.kind : "(unset)") + " " +
-                 (c.uid != nullptr ? c.uid : "(unset)"));
-    Session session(c.kind, c.uid);
-    EXPECT_EQ(session.winscard.setupError().empty(), !c.setupError);
-    if (c.getUid.empty()) {
-      EXPECT_EQ(session.connected, R(E_NO_SMARTCARD));
-    } else {
-      ASSERT_EQ(session.connected, kOk);
-      EXPECT_EQ(session.Send(session.card, "FFCA000000"), c.getUid);
-    }
-    EXPECT_EQ(session.winscard.IsValidContext(session.context), kOk);
-    ASSERT_EQ(session.winscard.ReleaseContext(session.context), kOk);
-    EXPECT_EQ(session.winscard.IsValidContext(session.context), R(E_INVALID_HANDLE));
-  }
-}
 
 // Every output follows one buffer protocol: a null buffer asks for the length, a short buffer is
 // refused with the length needed, and SCARD_AUTOALLOCATE hands out a block for FreeMemory.
