@@ -195,8 +195,13 @@ TEST(CommandEngine, RefusesWithoutContextOrCardAndRecordsTransportFailures) {
   EXPECT_EQ(record.Description(), "Entry point not found");
   EXPECT_EQ(record.RdrCommand(), "EncoderCommand:SCardTransmit:GetUID");
   EXPECT_EQ(record.RdrRetCode(), "OK (SCARD_S_SUCCESS)");
-  // An empty request is sent nowhere and succeeds.
+  // A raw request keeps its letters and digits, in capitals: letters beyond F count as 0 and an
+  // odd last digit is the high half of a last byte. An empty request is sent nowhere.
   std::string response, retCode;
+  for (const auto& [request, frame] : {std::pair{"ab-c", "ABC0"}, {"gz 1h", "0010"}}) {
+    bench.pcsc->Expect(frame, "9000");
+    EXPECT_EQ(bench.encoder.EscapeExt(request, response, retCode), sceSuccess) << request;
+  }
   bench.pcsc->ClearLog();
   EXPECT_EQ(bench.encoder.EscapeExt(" -:", response, retCode), sceSuccess);
   EXPECT_EQ(retCode, "FFFF");

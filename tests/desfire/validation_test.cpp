@@ -29,7 +29,8 @@ struct Case {
 const Case kCases[] = {
     // Selection: identifier, key number, key digits, key length.
     {[](Encoder& e) { return e.DESFireSelectApplication("GG0000", 14, "zz"); }, "DESFireSelectApplication", err::kIncorrectAppId, Root},
-    {[](Encoder& e) { return e.DESFireSelectApplication("A1B2C3", 14, "zz"); }, "DESFireSelectApplication", err::kBadKeyNumber, Root},
+    {[](Encoder& e) { return e.DESFireSelectApplication("A1\tB2C3", 14, "zz"); }, "DESFireSelectApplication", err::kIncorrectAppId, Root},
+    {[](Encoder& e) { return e.DESFireSelectApplication(" a1 b2 c3 ", 14, "zz"); }, "DESFireSelectApplication", err::kBadKeyNumber, Root},
     {[](Encoder& e) { return e.DESFireSelectApplication("A1B2C3", 13, "0G"); }, "DESFireSelectApplication", err::kInvalidKey, Root},
     {[](Encoder& e) { return e.DESFireSelectApplication("A1B2C3", 0, ""); }, "DESFireSelectApplication", err::kBadKeyLength, Root},
     // Card and applications: root level, identifier, key settings, key count.
