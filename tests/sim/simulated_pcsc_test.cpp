@@ -75,30 +75,6 @@ TEST_F(SimulatedPcscTest, RemovalMidSessionInvalidatesOldHandles) {
   EXPECT_EQ(Send(fresh, "FFCA000000"), "010203049000");
 }
 
-TEST_F(SimulatedPcscTest, ReconnectRules) {
-  PcscDword protocol = 0;
-  const auto reconnect = [&](PcscHandle card, PcscDword share, PcscDword initialization) {
-    return pcsc_.Reconnect(card, share, PROTOCOL_T0, initialization, &protocol);
-  };
-  // Authenticated, so that a power cycle shows as a refused read.
-  ASSERT_EQ(Send(card_, "FF82001006FFFFFFFFFFFF"), "9000");
-  ASSERT_EQ(Send(card_, "FF860000050100006010"), "9000");
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, LEAVE_CARD), kOk);
-  EXPECT_EQ(Sw(Send(card_, "FFB0000010")), "9000") << "the card left as it was";
-  PcscHandle other = 0;
-  EXPECT_EQ(Connect(&other, SHARE_SHARED), kOk) << "the connection is shared now";
-  EXPECT_EQ(reconnect(card_, SHARE_EXCLUSIVE, LEAVE_CARD), R(E_SHARING_VIOLATION));
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, RESET_CARD), kOk);
-  EXPECT_EQ(Sw(Send(card_, "FFB0000010")), "6982") << "the reset took the authentication";
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, 3 /* eject */), R(E_INVALID_VALUE));
-  EXPECT_EQ(reconnect(card_ + 99, SHARE_SHARED, LEAVE_CARD), R(E_INVALID_HANDLE));
-  pcsc_.RemoveCard();
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, LEAVE_CARD), R(W_REMOVED_CARD));
-  pcsc_.InsertCard(MakeMifareClassic({false, {1, 2, 3, 4}}));
-  EXPECT_EQ(reconnect(card_, SHARE_EXCLUSIVE, LEAVE_CARD), kOk) << "the other handle is stale";
-  EXPECT_EQ(Send(card_, "FFCA000000"), "010203049000") << "attached to the new card";
-}
-
 TEST_F(SimulatedPcscTest, StatusAndAttributes) {
   std::string name;
   PcscDword protocol = 0;
