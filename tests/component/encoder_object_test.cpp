@@ -56,29 +56,6 @@ TEST(Encoder, ANewObjectIsClosedUnknownAndClear) {
                 "<-- Get SerialNumberLength"}));  // the number getters trace their name and value
 }
 
-// Every operation ends by naming itself in the record; the inner routine that failed, if any,
-// stays in front of the command it names.
-TEST(LastError, EachOperationStampsItsNameAndKeepsTheInnerRoutine) {
-  test::ScriptedEncoder bench;
-  const CError& record = bench.encoder.LastError();
-  std::string serial;
-  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);  // closed: the routine alone
-  EXPECT_EQ(record.ComFunction() + "|" + record.RdrCommand(), "ReadSerialNumber|SelectCardInRange");
-  bench.pcsc->SetCardPresent(false);  // no card: the command alone
-  EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);
-  EXPECT_EQ(record.ComFunction() + "|" + record.RdrCommand(), "OpenEncoder|SCardConnect");
-  bench.pcsc->SetCardPresent(true);
-  bench.pcsc->Expect("FFCA000000", "6A82");  // both
-  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
-  EXPECT_EQ(record.ComFunction() + "|" + record.RdrCommand(),
-            "ReadSerialNumber|EncoderCommand:SCardTransmit:GetUID");
-  EXPECT_EQ(record.Description() + "|" + record.RdrRetCode(), "Encoder command failed|6A82");
-  bench.encoder.Parameters("Protocol=1");  // neither: a success clears the record
-  EXPECT_EQ(std::make_tuple(record.Number(), record.Description(), record.ComFunction(),
-                            record.RdrCommand(), record.RdrRetCode()),
-            std::make_tuple(0, "", "Parameters", "", ""));
-}
-
 struct NearlyOneHost : test::VirtualHost {
   double Random() override { return 0.9999999999; }
 };
