@@ -12,6 +12,7 @@ namespace lumivex {
 namespace {
 
 using test::PcscCall;
+using test::Record;
 using namespace std::chrono_literals;
 
 std::string Text(std::uint32_t code) {
@@ -68,23 +69,24 @@ TEST(OpenEncoder, ReportsAnEmptyReaderAndContextAndConnectionFailures) {
   const CError& record = bench.encoder.LastError();
   bench.pcsc->SetCardPresent(false);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);  // no card: opened, but recorded
-  EXPECT_EQ(record.Number(), err::kEncoderEmpty);
-  EXPECT_EQ(record.Description() + "/" + record.RdrCommand(), "No card in encoder/SCardConnect");
-  EXPECT_EQ(record.ComFunction() + "/" + record.RdrRetCode(),
-            "OpenEncoder/" + Text(scard::E_NO_SMARTCARD));
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kEncoderEmpty, "No card in encoder", "OpenEncoder", "SCardConnect",
+                            Text(scard::E_NO_SMARTCARD)));
   EXPECT_EQ(bench.encoder.EncoderState(), sceOpened);
   bench.encoder.CloseEncoder();
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceError);
-  EXPECT_EQ(record.Number(), err::kCannotEstablish);
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "OpenEncoder",
+                            "OpenEncoder:SCardEstablishContext", Text(scard::E_NO_SERVICE)));
   EXPECT_EQ(record.LastDllError(), static_cast<std::int32_t>(scard::E_NO_SERVICE));
-  EXPECT_EQ(record.RdrCommand(), "OpenEncoder:SCardEstablishContext");
   EXPECT_EQ(bench.host->waits(), 1);  // only the open that reached the reader waited
 
   bench.encoder.Parameters("Device=Elsewhere");  // SCARD_E_UNKNOWN_READER
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceError);
-  EXPECT_EQ(record.Number(), err::kCannotConnect);
-  EXPECT_EQ(record.RdrRetCode(), Text(scard::E_UNKNOWN_READER));
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kCannotConnect, "Cannot open encoder", "OpenEncoder",
+                            "SCardConnect", Text(scard::E_UNKNOWN_READER)));
   EXPECT_EQ(bench.pcsc->OpenContexts(), 0U);
 
   Encoder bare(Platform{});  // no PC/SC library at all: a recorded failure, not a crash
@@ -104,9 +106,8 @@ TEST(CloseEncoder, ReleasesEverythingOnceAndStopsAtAFailedCall) {
   bench.Open();
   bench.pcsc->ThrowOnNext(PcscCall::Disconnect, 453, "Entry point not found");
   EXPECT_EQ(bench.encoder.CloseEncoder(), sceError);
-  const CError& record = bench.encoder.LastError();
-  EXPECT_EQ(record.Number(), 453);
-  EXPECT_EQ(record.ComFunction() + "/" + record.RdrCommand(), "CloseEncoder/CloseReader");
+  EXPECT_EQ(Record(bench.encoder), std::make_tuple(453, "Entry point not found", "CloseEncoder",
+                                                   "CloseReader", "OK (SCARD_S_SUCCESS)"));
   EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);  // the context it never reached stays
   EXPECT_NE(
       std::ranges::find(bench.trace, "Error 453: Entry point not found [OK (SCARD_S_SUCCESS)]"),
@@ -134,23 +135,25 @@ TEST(SelectCardInRange, ReportsAClosedEncoderAnEmptyReaderAndAFailedCall) {
   test::ScriptedEncoder bench;
   std::string serial;
   EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
-  const CError& record = bench.encoder.LastError();
-  EXPECT_EQ(record.Number(), err::kEncoderClosed);
-  EXPECT_EQ(record.ComFunction() + "/" + record.RdrCommand(), "ReadSerialNumber/SelectCardInRange");
+  EXPECT_EQ(Record(bench.encoder), std::make_tuple(err::kEncoderClosed, "Encoder is closed",
+                                                   "ReadSerialNumber", "SelectCardInRange", ""));
   EXPECT_EQ(bench.encoder.ReaderType(), "Encoder is closed");
-  EXPECT_EQ(record.ComFunction(), "ReaderType");
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kEncoderClosed, "Encoder is closed", "ReaderType", "", ""));
   EXPECT_TRUE(bench.pcsc->calls().empty());
 
   bench.Open();
   bench.pcsc->SetCardPresent(false);
   EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
-  EXPECT_EQ(record.Number(), err::kEncoderEmpty);
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kEncoderEmpty, "No card in encoder", "ReadSerialNumber",
+                            "SCardConnect", Text(scard::E_NO_SMARTCARD)));
   EXPECT_EQ(bench.pcsc->OpenCards(), 0U);
   EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
   EXPECT_EQ(bench.encoder.ReaderType(), "Scripted Reader 0");  // no card: the configured name
   bench.pcsc->ThrowOnNext(PcscCall::Connect, 453, "Entry point not found");
   EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
-  EXPECT_EQ(record.Number(), 453);
+  EXPECT_EQ(bench.encoder.LastError().Number(), 453);
   EXPECT_EQ(bench.pcsc->OpenContexts(), 0U);
 }
 

@@ -153,8 +153,9 @@ TEST(HostileCard, AGoodCardNeedsOnlyTheExpectedFrames) {
 }
 
 // One card per operation, under each fault in turn: each ends in a bounded number of frames with
-// the failure recorded and the Encoder reading the card again once the fault is gone.
-TEST(HostileCard, MuteEndlessAndGarbageAnswersEndInARecordedFailure) {
+// the failure recorded and the Encoder reading the card again once the fault is gone. (Answers of
+// any length and status word are the engine fuzzer's: it checks the same for every member.)
+TEST(HostileCard, MuteAndEndlessAnswersEndInARecordedFailure) {
   for (const Operation& op : kOperations) {
     Bench bench(op);
     std::string output = "stale";
@@ -176,21 +177,6 @@ TEST(HostileCard, MuteEndlessAndGarbageAnswersEndInARecordedFailure) {
     }
     bench.ExpectRecovered(op.what());
 
-    // Random answers of random length: random status words are almost never success.
-    bench.SetFault(Fault::Garbage);
-    int failures = 0;
-    for (int round = 0; round < 40; ++round) {
-      output = "stale";
-      result = bench.Run(output);
-      EXPECT_LE(bench.frames, 1024U) << op.what();
-      EXPECT_LE(output.size(), 2U * 4096U) << op.what();
-      if (result == sceSuccess) continue;
-      ++failures;
-      EXPECT_EQ(result, sceError) << op.what();
-      EXPECT_TRUE(!op.clearsOutput || output.empty()) << op.what() << ": " << output;
-      bench.ExpectRecordedFailure();
-    }
-    EXPECT_GT(failures, 20) << op.what();
     bench.ExpectRecovered(op.what());
   }
 }

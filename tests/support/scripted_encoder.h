@@ -12,6 +12,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -67,6 +68,13 @@ inline std::string CardPlain(const std::string& session, const std::string& cryp
     previous = block;
   }
   return plain;
+}
+
+// The last-error record as one value: number, description, function, reader command and answer.
+inline auto Record(Encoder& e) {
+  const CError& r = e.LastError();
+  return std::make_tuple(r.Number(), r.Description(), r.ComFunction(), r.RdrCommand(),
+                         r.RdrRetCode());
 }
 
 inline std::string Crc(const std::string& hex) {
