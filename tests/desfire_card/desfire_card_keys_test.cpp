@@ -6,9 +6,7 @@
 namespace desfire_test {
 namespace {
 
-const Bytes kZero(16, 0);
 const Bytes kTriple = Hex("00112233445566778899AABBCCDDEEFF");
-const Bytes kAid = Hex("A1B2C3");
 
 TEST(DesfireCardKeys, SeededChallengesAndAuthenticationRefusals) {
   auto challenge = [](std::uint64_t seed) { return Reader({.seed = seed}).Frame(0x0A, {0}).data; };

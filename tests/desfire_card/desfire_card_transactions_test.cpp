@@ -7,21 +7,13 @@
 namespace desfire_test {
 namespace {
 
-const Bytes kZero(16, 0);
-const Bytes kAid = Hex("A1B2C3");
-
 Bytes Le32(std::int32_t v) {
   const auto u = std::uint32_t(v);
   return {std::uint8_t(u), std::uint8_t(u >> 8), std::uint8_t(u >> 16), std::uint8_t(u >> 24)};
 }
 
-// A fresh card with one application of two keys, selected.
-class DesfireCardTransactions : public testing::Test {
+class DesfireCardTransactions : public InApplication {
  protected:
-  void SetUp() override {
-    ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 2})).sw, 0x9100);
-    ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
-  }
   Bytes Records(std::uint8_t file, std::uint8_t offset = 0, std::uint8_t count = 0) {
     Answer a = r.Run(0xBB, {file, offset, 0, 0, count, 0, 0});
     return a.sw == 0x9100 ? a.data : Bytes{std::uint8_t(a.sw >> 8), std::uint8_t(a.sw)};
@@ -29,7 +21,6 @@ class DesfireCardTransactions : public testing::Test {
   int WriteRecord(std::uint8_t file, std::uint8_t offset, const Bytes& data) {
     return r.Run(0x3B, Cat({file, offset, 0, 0, std::uint8_t(data.size()), 0, 0}, data)).sw;
   }
-  Reader r;
 };
 
 TEST_F(DesfireCardTransactions, LimitedCreditReturnsOnlyTheLastCommittedDebits) {

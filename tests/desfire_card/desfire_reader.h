@@ -5,6 +5,8 @@
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include <openssl/des.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -157,6 +159,20 @@ class Reader {
   std::shared_ptr<lumivex::sim::SimCard> card;
   Bytes session;
   int authenticatedKey = -1;
+};
+
+inline const Bytes kZero(16, 0);  // the factory key
+inline const Bytes kAid = Hex("A1B2C3");
+
+// A fresh card with application A1B2C3 (default settings, three keys) created and selected.
+class InApplication : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 3})).sw, 0x9100);
+    ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
+  }
+  int Send(std::uint8_t command, const std::string& hex) { return r.Run(command, Hex(hex)).sw; }
+  Reader r;
 };
 
 }  // namespace desfire_test
