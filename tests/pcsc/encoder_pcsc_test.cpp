@@ -67,23 +67,6 @@ TEST_F(RealStack, MifareSessionHoldsTheCardExclusively) {
   EXPECT_EQ(read, data);
   EXPECT_EQ(encoder.MifareReadDataBloc(2, "A0A1A2A3A4A5", 1, read), sceError);
   EXPECT_EQ(encoder.LastError().RdrRetCode(), "6982");
-  // Key A keeps every right over the trailer, so the session can run again on the same card.
-  ASSERT_EQ(encoder.MifareWriteSectorTrailer(1, key, 1, key, key, 1, scbs_A_Read, scbs_A_ReadWrite,
-                                             scbs_A_ReadWrite, scss_A_WriteKeysConditions,
-                                             Variant::FromByte(0x42)),
-            sceSuccess);
-  std::uint8_t keysUsed = 0, bx = 0;
-  SCBS_SecurityLevelEnum s0{}, s1{}, s2{};
-  SCSS_SecurityLevelEnum conditions{};
-  ASSERT_EQ(encoder.MifareReadSectorTrailer(1, key, 1, keysUsed, s0, s1, s2, conditions, bx),
-            sceSuccess);
-  EXPECT_EQ((std::array<int, 6>{keysUsed, s0, s1, s2, conditions, bx}),
-            (std::array<int, 6>{1, 5, 15, 15, 3, 0x42}));
-  // Leave the sector as the factory made it for the other programs that share the card.
-  EXPECT_EQ(encoder.MifareWriteSectorTrailer(1, key, 1, key, key, 1, scbs_A_ReadWrite,
-                                             scbs_A_ReadWrite, scbs_A_ReadWrite,
-                                             scss_A_WriteKeysConditions, Variant::FromByte(0x69)),
-            sceSuccess);
   EXPECT_EQ(encoder.CloseEncoder(), sceSuccess);
 }
 
