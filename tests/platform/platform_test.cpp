@@ -40,18 +40,14 @@ TEST(PcscLiteApi, RefusesBadHandlesAndAnAutomaticLengthWithABuffer) {
   EXPECT_EQ(ScardCode(api.Disconnect(0x1234567, scard::LEAVE_CARD)), scard::E_INVALID_HANDLE);
 }
 
-TEST(SystemHost, DrawsRepeatableNumbersInTheUnitInterval) {
+// The uniform numbers (GetInformation's, never key material) stay in [0, 1).
+TEST(SystemHost, DrawsNumbersInTheUnitInterval) {
   SystemHost host;
   host.Randomize(7);
-  std::vector<double> first;
   for (int i = 0; i < 1000; ++i) {
     const double x = host.Random();
-    ASSERT_GE(x, 0.0);
-    ASSERT_LT(x, 1.0);
-    first.push_back(x);
+    ASSERT_TRUE(x >= 0.0 && x < 1.0) << x;
   }
-  host.Randomize(7);
-  for (const double x : first) ASSERT_EQ(host.Random(), x);
 }
 
 // The cryptographic bytes come from the system, not from the seeded generator: reseeding does not
