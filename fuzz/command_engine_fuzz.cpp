@@ -29,14 +29,6 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t kBuffer = 4096;
 constexpr const char* kHex = "0123456789ABCDEF";
 
-// RndA of every authentication: 00 11 22 ... 77.
-struct FixedRandomHost : test::VirtualHost {
-  bool FillRandom(std::span<std::uint8_t> bytes) override {
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(0x11 * i);
-    return true;
-  }
-};
-
 bool Only(const std::string& text, const char* allowed) {
   return text.find_first_not_of(allowed) == std::string::npos;
 }
@@ -264,7 +256,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzedDataProvider in(data, size);
   auto pcsc = std::make_shared<FuzzedPcsc>(in);
   std::vector<std::string> trace;
-  Encoder encoder(Platform{pcsc, std::make_shared<FixedRandomHost>(), nullptr});
+  Encoder encoder(Platform{pcsc, std::make_shared<test::FixedRandomHost>(), nullptr});
   encoder.SetTraceSink([&trace](std::string_view line) { trace.emplace_back(line); });
   encoder.SetOpenWait(std::chrono::milliseconds(0));
   encoder.Parameters(std::string("Device=Fuzzed Reader 0;force_reconnect=") +

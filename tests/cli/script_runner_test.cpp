@@ -57,7 +57,7 @@ TEST_F(ScriptRunnerTest, ASyntaxErrorAnywhereRunsNothing) {
 
 TEST_F(ScriptRunnerTest, PrintsResultsAndOutputsAndGoesOnAfterAFailure) {
   const int status = Run(
-      "OpenEncoder 0\n"
+      "OpenEncoder 0\r\n"  // a script saved on Windows
       "MifareWriteDataBloc 4 FFFFFFFFFFFF 1 \"00 11 22 33 44 55 66 77 88 99 aa bb cc dd ee ff\"\n"
       "MifareReadDataBloc 4 FFFFFFFFFFFF 1 ?\n"
       "MifareReadDataBloc 200 FFFFFFFFFFFF 1 ?\n"

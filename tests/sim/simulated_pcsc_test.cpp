@@ -115,18 +115,5 @@ TEST_F(SimulatedPcscTest, TransmitChecks) {
   EXPECT_EQ(pcsc_.transmitCount(), 2U);
 }
 
-// The fault modes are exercised by the hardening tests; garbage must at least repeat with its
-// seed, so that those tests give the same result on every run.
-TEST(SimulatedReader, GarbageRepeatsWithItsSeed) {
-  const auto garbage = [](std::uint64_t seed) {
-    SimulatedReader reader(seed);
-    reader.InsertCard(MakeMifareClassic());
-    reader.SetFault(Fault::Garbage);
-    return reader.Transmit(Bytes("FFCA000000")).response;
-  };
-  EXPECT_EQ(garbage(7), garbage(7));
-  EXPECT_NE(garbage(7), garbage(8));
-}
-
 }  // namespace
 }  // namespace lumivex::sim::test

@@ -24,14 +24,6 @@
 
 namespace lumivex::test {
 
-// Virtual time whose cryptographic bytes are 00 11 22 ... (RndA of every authentication).
-struct FixedRandomHost : VirtualHost {
-  bool FillRandom(std::span<std::uint8_t> bytes) override {
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(0x11 * i);
-    return true;
-  }
-};
-
 inline constexpr const char* kRndA = "0011223344556677";
 inline constexpr const char* kRndB = "8899AABBCCDDEEFF";
 
