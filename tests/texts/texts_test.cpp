@@ -14,6 +14,34 @@ struct Case {
   std::string text;
 };
 
+// FNV-1a over every text of a range of codes, one a line: a fingerprint of the whole table.
+template <typename Text>
+std::uint64_t Fingerprint(std::uint32_t first, std::uint32_t last, Text text) {
+  std::uint64_t hash = 0xCBF29CE484222325;
+  for (std::uint32_t code = first; code <= last; ++code) {
+    for (const char c : text(code) + "\n")
+      hash = (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3;
+  }
+  return hash;
+}
+
+// Every text the tables give, for every status word and every PC/SC result of the smart-card
+// range, as it is today: a host sees these words, so none may change unnoticed. (The cases below
+// say what the rules are; this says nothing else moved.)
+TEST(Texts, EveryTextIsAsItWas) {
+  EXPECT_EQ(Fingerprint(0, 0xFFFF,
+                        [](std::uint32_t code) {
+                          char word[8];
+                          (void)std::snprintf(word, sizeof word, "%04X", code);
+                          return StatusWordText(word);
+                        }),
+            13772871135019609272u);
+  EXPECT_EQ(Fingerprint(
+                0x80100000, 0x801000FF,
+                [](std::uint32_t code) { return SCardErrorText(static_cast<std::int32_t>(code)); }),
+            14270149852261766791u);
+}
+
 // Each kind of row of the SW1 groups: exact SW2, "rest" rows (an SW2 no earlier row claims), the
 // counter row, and the rows that insert part of the code; SW1 and SW2 are read case-insensitively.
 TEST(StatusWordText, GivesTheTextOfEachKindOfRow) {
@@ -57,13 +85,8 @@ TEST(StatusWordText, GivesTheTextOfEachKindOfRow) {
 TEST(StatusWordText, GivesTheUnknownFormOutsideTheTable) {
   const std::vector<Case> cases = {
       {"90 00", "[Unknown]  Unknown retcode '90 00'."},
-      {"9001", "[Unknown]  Unknown retcode '9001'."},
       {"9000 ", "[Unknown]  Unknown retcode '9000 '."},  // the success test is exact
-      {"91FF", "[Unknown]  Unknown retcode '91FF'."},
       {"9100x", "[Unknown]  Unknown retcode '9100X'."},  // upper-cased, SW2 0x00 unlisted
-      {"9220", "[Unknown]  Unknown retcode '9220'."},
-      {"9211", "[Unknown]  Unknown retcode '9211'."},
-      {"9401", "[Unknown]  Unknown retcode '9401'."},
       {"98ff", "[Unknown]  Unknown retcode '98FF'."},
       {"6600", "[Unknown]  Unknown retcode '6600'."},
       {"9G00", "[Unknown]  Unknown retcode '9G00'."},  // SW1 reads as 0x09
@@ -73,25 +96,14 @@ TEST(StatusWordText, GivesTheUnknownFormOutsideTheTable) {
   for (const Case& c : cases) EXPECT_EQ(StatusWordText(c.code), c.text) << c.code;
 }
 
-TEST(SCardErrorText, GivesTheTextOfAKnownCode) {
+// Known codes have their text; the others, among them the gaps the table leaves on purpose, the
+// unexpected form in hexadecimal.
+TEST(SCardErrorText, GivesTheTextOfAKnownCodeAndTheUnexpectedFormOtherwise) {
   EXPECT_EQ(SCardErrorText(0), "OK (SCARD_S_SUCCESS)");
   EXPECT_EQ(SCardErrorText(static_cast<std::int32_t>(0x8010001DU)),
             "The Smart card resource manager is not running (SCARD_E_NO_SERVICE).");
-  EXPECT_EQ(SCardErrorText(static_cast<std::int32_t>(0x80100069U)),
-            "The smart card has been removed, so that further communication is not possible "
-            "(SCARD_W_REMOVED_CARD).");
-}
-
-TEST(SCardErrorText, LeavesTheGapsAndUnlistedCodesUnexpected) {
-  const std::vector<std::uint32_t> gaps = {0x80100001, 0x80100002, 0x80100003, 0x80100007,
-                                           0x80100008, 0x80100012, 0x80100013, 0x80100014,
-                                           0x80100015, 0x80100016, 0x80100018, 0x80100019,
-                                           0x80100022, 0x80100066, 0xFFFFFFFF};
-  for (const std::uint32_t code : gaps) {
-    char expected[32];
-    std::snprintf(expected, sizeof expected, "Unexpected error 0x%08X", code);
-    EXPECT_EQ(SCardErrorText(static_cast<std::int32_t>(code)), expected);
-  }
+  EXPECT_EQ(SCardErrorText(static_cast<std::int32_t>(0x80100008U)), "Unexpected error 0x80100008");
+  EXPECT_EQ(SCardErrorText(-1), "Unexpected error 0xFFFFFFFF");
   EXPECT_EQ(SCardErrorText(5), "Unexpected error 0x5");
   EXPECT_EQ(SCardErrorText(0x1A0), "Unexpected error 0x1A0");
 }
