@@ -253,7 +253,7 @@ TEST(Trace, MasksEveryKeyWhetherOrNotItParses) {
 }
 
 // Keys are remembered so that any later line that shows them, in any case or spaced, shows them
-// masked; the 64 most recent keys are remembered, and texts too short to be keys never are.
+// masked; the 64 most recent keys are remembered, and texts shorter than eight digits never are.
 TEST(Trace, MasksRememberedKeysInLaterLinesAndForgetsTheOldestBeyond64) {
   test::ScriptedEncoder bench;
   bench.Open();
@@ -263,21 +263,23 @@ TEST(Trace, MasksRememberedKeysInLaterLinesAndForgetsTheOldestBeyond64) {
     bench.encoder.MifareReadDataBloc(4, k, 0, contents);
   };
   read("a0a1a2a3a4a5");
-  read("0F");
+  read("B1B2B3C4");  // eight digits: the shortest key remembered
+  read("C1C2C3");
   bench.trace.clear();
-  bench.encoder.Parameters("k=A0A1A2A3A4A5;s=A0 A1 A2 A3 A4 A5;l=a0a1a2a3a4a5;0F");
+  bench.encoder.Parameters("k=A0A1A2A3A4A5;s=A0 A1 A2 A3 A4 A5;l=a0a1a2a3a4a5;B1B2B3C4;C1C2C3");
   EXPECT_EQ(bench.trace.front(),
-            "--> Set Parameters = \"k=************;s=*****************;l=************;0F\"");
-  for (int i = 1; i < 64; ++i) read("00112233" + std::to_string(1000 + i));
+            "--> Set Parameters = \"k=************;s=*****************;"
+            "l=************;********;C1C2C3\"");
+  for (int i = 1; i <= 62; ++i) read("00112233" + std::to_string(1000 + i));
   bench.trace.clear();
-  bench.encoder.WriteLog("A0A1A2A3A4A5 001122331001");
+  bench.encoder.WriteLog("A0A1A2A3A4A5 B1B2B3C4");
   read("0011223310FF");  // the 65th key: the first is forgotten
-  bench.encoder.WriteLog("A0A1A2A3A4A5 001122331001");
+  bench.encoder.WriteLog("A0A1A2A3A4A5 B1B2B3C4");
   bench.encoder.SetTraceSink(nullptr);
   bench.encoder.WriteLog("discarded");
   ASSERT_GE(bench.trace.size(), 2U);
-  EXPECT_EQ(bench.trace.front(), "************ ************");
-  EXPECT_EQ(bench.trace.back(), "A0A1A2A3A4A5 ************");
+  EXPECT_EQ(bench.trace.front(), "************ ********");
+  EXPECT_EQ(bench.trace.back(), "A0A1A2A3A4A5 ********");
 }
 
 TEST(Trace, FollowsOneOperationLineByLine) {
