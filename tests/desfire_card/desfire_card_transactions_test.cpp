@@ -100,19 +100,5 @@ TEST(DesfireCard, CardLevelErrors) {
   EXPECT_EQ(r.Frame(0x6A).data.size(), 57u);  // 19 identifiers a frame
 }
 
-TEST(DesfireCard, StorageRunsOutAndFormatGivesItBack) {
-  Reader r({.storageCode = 0x10});  // 256 bytes
-  ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 1})).sw, 0x9100);
-  ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
-  EXPECT_EQ(r.Run(0xCD, Hex("01 00 EE EE A0 00 00")).sw, 0x9100);
-  EXPECT_EQ(r.Run(0xCB, Hex("02 00 EE EE 20 00 00")).sw, 0x910E);  // backup files take twice
-  EXPECT_EQ(r.Run(0xDF, {1}).sw, 0x9100);
-  EXPECT_EQ(r.Run(0xCD, Hex("02 00 EE EE 40 00 00")).sw, 0x910E);  // deleting frees nothing
-  ASSERT_EQ(r.Run(0x5A, Hex("000000")).sw, 0x9100);
-  ASSERT_EQ(r.Authenticate(0, kZero), 0x9100);
-  ASSERT_EQ(r.Run(0xFC).sw, 0x9100);
-  EXPECT_EQ(r.Run(0x6E).data, Hex("00 01 00"));
-}
-
 }  // namespace
 }  // namespace desfire_test
