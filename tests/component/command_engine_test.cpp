@@ -98,16 +98,14 @@ TEST(CommandEngine, JudgesTheStatusWord) {
     sceReturnCode result;
     std::string response, retCode;
   };
+  // clang-format off
   const std::vector<Case> cases = {
-      {"AABB9000", sceSuccess, "AABB", "9000"},
-      {"9100", sceSuccess, "", "9100"},
-      {"9101", sceSuccess, "", "9101"},
+      {"AABB9000", sceSuccess, "AABB", "9000"}, {"9100", sceSuccess, "", "9100"}, {"9101", sceSuccess, "", "9101"},
       {"AABB91AF", sceSuccess, "AABB", "91AF"},  // the caller continues the exchange itself
-      {"AABB6110", sceError, "", "6110"},
-      {"AABB9001", sceError, "", "9001"},
-      {"6F", sceError, "", "6F"},
+      {"AABB6110", sceError, "", "6110"}, {"AABB9001", sceError, "", "9001"}, {"6F", sceError, "", "6F"},
       {"", sceSuccess, "", "FFFF"},  // deliberately an empty answer counts as success
   };
+  // clang-format on
   test::ScriptedEncoder bench;
   bench.Open();
   for (const Case& c : cases) {

@@ -12,6 +12,7 @@
 
 #include "cli/terminal_configure_view.h"
 #include "component/error_codes.h"
+#include "component/texts.h"
 #include "sim/mifare/mifare_classic_card.h"
 #include "sim/simulated_pcsc.h"
 #include "tests/support/scripted_encoder.h"
@@ -140,12 +141,6 @@ struct FakeDialogs : Dialogs {
   }
 };
 
-// Number, Description, ComFunction and RdrCommand of the last-error record.
-auto Record(Encoder& e) {
-  const CError& r = e.LastError();
-  return std::make_tuple(r.Number(), r.Description(), r.ComFunction(), r.RdrCommand());
-}
-
 TEST(Configure, HandsTheEncodersContextToTheDialogAndTakesBackTheChoice) {
   auto dialogs = std::make_shared<FakeDialogs>();
   test::ScriptedEncoder bench(nullptr, dialogs);
@@ -168,7 +163,7 @@ TEST(Configure, HandsTheEncodersContextToTheDialogAndTakesBackTheChoice) {
     if (openFirst) bench.Open();
     bench.trace.clear();
     EXPECT_EQ(bench.encoder.Configure("francais"), sceSuccess);
-    EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
+    EXPECT_EQ(test::Record(bench.encoder), std::make_tuple(0, "", "Configure", "", ""));
     EXPECT_EQ(bench.trace.front(), "--> Configure");
     EXPECT_EQ(bench.trace.back(), "<-- Configure");
     EXPECT_NE(bench.encoder.Parameters().find("Device=Scripted Reader 0\r\nProtocol=2\r\n"),
@@ -200,7 +195,7 @@ TEST(Configure, CancelFailureAndMissingDialog) {
     bench.encoder.Parameters(unknown ? "Device=Elsewhere" : before);
     const std::string chosen = bench.encoder.Parameters();
     EXPECT_EQ(bench.encoder.Configure(""), sceCanceled);
-    EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
+    EXPECT_EQ(test::Record(bench.encoder), std::make_tuple(0, "", "Configure", "", ""));
     EXPECT_EQ(bench.encoder.Parameters(), chosen);
     EXPECT_NE(lent, 0);
     EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
@@ -210,25 +205,26 @@ TEST(Configure, CancelFailureAndMissingDialog) {
 
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
-  EXPECT_EQ(Record(bench.encoder),
+  EXPECT_EQ(test::Record(bench.encoder),
             std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "Configure",
-                            "OpenEncoder:SCardEstablishContext"));
+                            "OpenEncoder:SCardEstablishContext",
+                            SCardErrorText(static_cast<std::int32_t>(scard::E_NO_SERVICE))));
   EXPECT_EQ(dialogs->shown.size(), 2U);  // not shown again
 
   dialogs->answer = [](const ConfigureRequest&) -> ConfigureAnswer {
     throw std::runtime_error("no display");
   };
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
-  EXPECT_EQ(Record(bench.encoder),
+  EXPECT_EQ(test::Record(bench.encoder),
             std::make_tuple(err::kNoDialog, "The configuration dialog failed: no display",
-                            "Configure", ""));
+                            "Configure", "", ""));
   EXPECT_EQ(bench.encoder.Parameters(), before);
 
   test::ScriptedEncoder bare;  // no dialog binding at all: nothing is opened
   bare.pcsc->ClearLog();
   EXPECT_EQ(bare.encoder.Configure("francais"), sceError);
-  EXPECT_EQ(Record(bare.encoder),
-            std::make_tuple(err::kNoDialog, "No dialog can be shown", "Configure", ""));
+  EXPECT_EQ(test::Record(bare.encoder),
+            std::make_tuple(err::kNoDialog, "No dialog can be shown", "Configure", "", ""));
   EXPECT_TRUE(bare.pcsc->calls().empty());
 }
 
