@@ -97,13 +97,6 @@ TEST_F(RealStack, DesfireCardLife) {
   std::erase(read, ' ');
   EXPECT_EQ(read, data);
 
-  ASSERT_EQ(encoder.DESFireCreateValueFile(2, dfcPlain, 0, 0, 0, 0, 0, 100, 10, false), sceSuccess);
-  ASSERT_EQ(encoder.DESFireCredit(2, 5), sceSuccess);
-  ASSERT_EQ(encoder.DESFireCommitTransaction(), sceSuccess);
-  std::int32_t value = 0;
-  ASSERT_EQ(encoder.DESFireGetValue(2, value), sceSuccess);
-  EXPECT_EQ(value, 15);
-
   ASSERT_EQ(encoder.DESFireSelectRoot(kFactoryKey), sceSuccess);
   ASSERT_EQ(encoder.DESFireDeleteApplication("A1B2C3"), sceSuccess);
   std::string apps = "unchanged";

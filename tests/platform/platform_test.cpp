@@ -12,12 +12,6 @@
 namespace lumivex {
 namespace {
 
-TEST(DefaultPlatform, BindsPcscLiteAndTheSystemClock) {
-  const Platform platform = DefaultPlatform();
-  EXPECT_NE(dynamic_cast<PcscLiteApi*>(platform.pcsc.get()), nullptr);
-  EXPECT_NE(dynamic_cast<SystemHost*>(platform.host.get()), nullptr);
-}
-
 TEST(PcscLiteApi, RefusesBadHandlesAndAnAutomaticLengthWithABuffer) {
   PcscLiteApi api;
   EXPECT_EQ(ScardCode(api.ReleaseContext(0x1234567)), scard::E_INVALID_HANDLE);

@@ -88,7 +88,6 @@ TEST(StatusWordText, GivesTheUnknownFormOutsideTheTable) {
       {"9000 ", "[Unknown]  Unknown retcode '9000 '."},  // the success test is exact
       {"9100x", "[Unknown]  Unknown retcode '9100X'."},  // upper-cased, SW2 0x00 unlisted
       {"98ff", "[Unknown]  Unknown retcode '98FF'."},
-      {"6600", "[Unknown]  Unknown retcode '6600'."},
       {"9G00", "[Unknown]  Unknown retcode '9G00'."},  // SW1 reads as 0x09
       {"abcd", "[Unknown]  Unknown retcode 'ABCD'."},
       {"", "[Unknown]  Unknown retcode ''."},
