@@ -28,6 +28,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kBuffer = 4096;
 constexpr const char* kHex = "0123456789ABCDEF";
+constexpr std::int32_t kTripleEcb = 1;  // the cipher's mode word for triple DES (EDE) in ECB
 
 bool Only(const std::string& text, const char* allowed) {
   return text.find_first_not_of(allowed) == std::string::npos;
@@ -113,7 +114,7 @@ class FuzzedPcsc : public PcscApi {
       des.Keys(slot, slot == 2 ? key_.substr(key_.size() - 16) : key_.substr(0, 16));
     const bool first = send[1] == 0x0A;
     return HexToBytes(
-        Compact(des.Encrypt(first ? "8899AABBCCDDEEFF" : "1122334455667700", crypto::desTriple)) +
+        Compact(des.Encrypt(first ? "8899AABBCCDDEEFF" : "1122334455667700", kTripleEcb)) +
         (first ? "91AF" : "9100"));
   }
   Bytes Some(std::size_t most) {

@@ -55,7 +55,7 @@ TEST(MifareClassic, FactoryStateAndKeyReadBack) {
   EXPECT_EQ(card.Read(1, kFactoryKey), kData + "9000") << "memory survives the field";
 }
 
-// The data sheet's data-block table: which keys may read and write ("AB", "B", "").
+// The card's data-block access table: which keys may read and write ("AB", "B", "").
 TEST(MifareClassic, DataBlockConditions) {
   const struct {
     std::uint8_t condition;

@@ -40,14 +40,16 @@ inline std::string Xor(const std::string& a, const std::string& b) {
   return out;
 }
 
+// The cipher's mode word for triple DES (EDE) in ECB: with equal halves it is single DES.
+inline constexpr std::int32_t kTripleEcb = 1;
+
 // Blocks through a card key in ECB: 16 digits are single DES, 32 digits two-key triple DES.
 inline std::string CardDes(const std::string& key, const std::string& hex, bool encipher) {
   crypto::DES des;
   des.Keys(1, key.substr(0, 16));
   des.Keys(2, key.substr(key.size() - 16));
   des.Keys(3, key.substr(0, 16));
-  return Compact(encipher ? des.Encrypt(hex, crypto::desTriple)
-                          : des.Decrypt(hex, crypto::desTriple));
+  return Compact(encipher ? des.Encrypt(hex, kTripleEcb) : des.Decrypt(hex, kTripleEcb));
 }
 
 // What the card reads from a cryptogram the reader sent: each block enciphered, then joined to
