@@ -19,6 +19,7 @@
 #include "component/hex.h"
 #include "crypto/des.h"
 #include "fuzz/fuzz_check.h"
+#include "platform/pcsc_api.h"
 #include "tests/support/virtual_host.h"
 
 namespace {
