@@ -33,25 +33,6 @@ TEST(ScriptWords, QuotesPlaceholdersAndBlanks) {
   }
 }
 
-TEST(Script, SkipsCommentsAndBlankLinesAndKeepsLineNumbers) {
-  const auto script = ParseScript(
-      "# encode a badge\n"
-      "\n"
-      "   # indented comment\n"
-      "OpenEncoder 0\r\n"
-      "Get EncoderState\n"
-      "Set Parameters \"Device=Reader 0;Protocol=2\"\n");
-  ASSERT_TRUE(script.errors.empty());
-  ASSERT_EQ(script.lines.size(), 3u);
-  EXPECT_EQ(script.lines[0].lineNumber, 4);
-  EXPECT_EQ(script.lines[0].member, "OpenEncoder");
-  EXPECT_EQ(script.lines[0].args.at(0).text, "0");
-  EXPECT_EQ(script.lines[1].kind, ScriptLine::Kind::Get);
-  EXPECT_EQ(script.lines[1].member, "EncoderState");
-  EXPECT_EQ(script.lines[2].kind, ScriptLine::Kind::Set);
-  EXPECT_EQ(script.lines[2].args.at(0).text, "Device=Reader 0;Protocol=2");
-}
-
 TEST(Script, ReportsEverySyntaxErrorWithItsLine) {
   const auto script = ParseScript(
       "OpenEncoder 0\n"

@@ -9,29 +9,22 @@
 #include "cli/output.h"
 #include "sim/desfire/desfire_card.h"
 #include "sim/mifare/mifare_classic_card.h"
-#include "sim/simulated_pcsc.h"
-#include "tests/support/virtual_host.h"
+#include "tests/support/simulated_encoder.h"
 
 namespace lumivex::cli {
 namespace {
 
 class ScriptRunnerTest : public ::testing::Test {
  protected:
-  ScriptRunnerTest()
-      : sim_(std::make_shared<sim::SimulatedPcsc>()),
-        encoder_(Platform{sim_, std::make_shared<test::VirtualHost>(), nullptr}) {
-    sim_->InsertCard(sim::MakeMifareClassic({}));
-    encoder_.Parameters("Device=Lumivex Simulator 0");
-  }
-
   int Run(const std::string& script, bool json = false) {
     out_.str("");
     err_.str("");
     return RunScript(encoder_, script, json, out_, err_);
   }
 
-  std::shared_ptr<sim::SimulatedPcsc> sim_;
-  Encoder encoder_;
+  test::SimulatedEncoder bench_{sim::MakeMifareClassic({})};
+  std::shared_ptr<sim::SimulatedPcsc> sim_ = bench_.pcsc;
+  Encoder& encoder_ = bench_.encoder;
   std::ostringstream out_;
   std::ostringstream err_;
 };
@@ -64,7 +57,7 @@ TEST_F(ScriptRunnerTest, ASyntaxErrorAnywhereRunsNothing) {
 
 TEST_F(ScriptRunnerTest, PrintsResultsAndOutputsAndGoesOnAfterAFailure) {
   const int status = Run(
-      "OpenEncoder 0\n"
+      "OpenEncoder 0\r\n"  // a script saved on Windows
       "MifareWriteDataBloc 4 FFFFFFFFFFFF 1 \"00 11 22 33 44 55 66 77 88 99 aa bb cc dd ee ff\"\n"
       "MifareReadDataBloc 4 FFFFFFFFFFFF 1 ?\n"
       "MifareReadDataBloc 200 FFFFFFFFFFFF 1 ?\n"

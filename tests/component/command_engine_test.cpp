@@ -1,174 +1,209 @@
+// The command engine seen through the members that use it: the frames it fills, how it judges a
+// status word, the continuation frames it gathers and their bounds, and what it records.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
+#include <functional>
 
 #include "component/error_codes.h"
 #include "component/texts.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
 namespace {
 
-using Peer = EncoderTestPeer;
 using test::PcscCall;
+using test::ScriptedPcsc;
 
-std::vector<std::string> Split(const std::string& text) {
-  std::vector<std::string> parts;
-  std::stringstream stream(text);
-  for (std::string part; std::getline(stream, part, '|');) parts.push_back(part);
-  return parts;
+const std::string kData = "00112233445566778899AABBCCDDEEFF";
+const std::string kKey = "0000000000000000";
+
+bool Traced(const std::vector<std::string>& trace, const std::string& line) {
+  return std::ranges::find(trace, line) != trace.end();
 }
 
-// One command for each way of filling a placeholder and for each command whose refusal names
-// another command than its trace does (the trace name unless given).
-TEST(EncoderCommand, FillsTheTemplateByteForByte) {
+// Each command's frame, and the name its refusal records (behind the operation's own name when
+// the operation marks itself as the failing one). The last frame of each row is refused (6A82),
+// or lost in transit when its answer is empty.
+TEST(CommandEngine, FillsEachTemplateAndNamesTheRefusedCommand) {
   struct Case {
-    std::int32_t code;
-    std::string params, traceName, commandName, frame;
+    const char* traceName;
+    std::vector<std::pair<std::string, std::string>> frames;
+    std::function<sceReturnCode(Encoder&)> call;
+    const char* comFunction;
+    const char* rdrCommand;
+  };
+  std::string out, sw;
+  const std::string record = kData + kData + kData.substr(0, 26);  // 45 bytes
+  // clang-format off
+  const Case cases[] = {
+      {"ec_Escape", {{"FFCA000000", "6A82"}}, [&](Encoder& e) { return e.Escape("ff ca-00:00 00", out); },
+       "Escape", "EncoderCommand:SCardTransmit:Escape"},
+      {"ec_EscapeExt", {{"FFCA000000", "6A82"}}, [&](Encoder& e) { return e.EscapeExt("FF:CA:00:00:00", out, sw); },
+       "EscapeExt", "EncoderCommand:SCardTransmit:EscapeExt"},
+      {"GetUID", {{"FFCA000000", "6A82"}}, [&](Encoder& e) { return e.ReadSerialNumber(out); },
+       "ReadSerialNumber", "EncoderCommand:SCardTransmit:GetUID"},
+      {"MifareClassicRead", {{"FFF3000406A0A1A2A3A4A510", "6A82"}},
+       [&](Encoder& e) { return e.MifareReadDataBloc(4, "a0a1a2a3a4a5", 0, out); },
+       "MifareReadDataBloc", "EncoderCommand:SCardTransmit:MifareClassicRead"},
+      // The length byte counts the key's digits and the data's: a short key makes a short frame.
+      {"MifareClassicWrite", {{"FFF4000412" + kData + "0ABC", "6A82"}},
+       [&](Encoder& e) { out = kData; return e.MifareWriteDataBloc(4, "abc", 0, out); },
+       "MifareWriteDataBloc", "EncoderCommand:SCardTransmit:MifareClassicWrite"},
+      {"DesfireSelectApplication", {{"905A00000356341200", "6A82"}},
+       [](Encoder& e) { return e.DESFireSelectApplication("563412", 0, kKey); },
+       "DESFireSelectApplication", "EncoderCommand:SCardTransmit:DESFireSelectApplication"},
+      {"DesfireAuthenticate2", {{"905A00000356341200", "9100"}, {"900A0000010100", ""}},
+       [](Encoder& e) { return e.DESFireSelectApplication("563412", 1, kKey); },
+       "DESFireSelectApplication", "EncoderCommand:SCardTransmit:DESFireAuthenticate"},
+      {"DesfireGetFileIds", {{"906F000000", "6A82"}}, [&](Encoder& e) { return e.DESFireGetFileIDs(out); },
+       "DESFireGetFileIDs", "SCardTransmit:DesfireGetFileIDs"},
+      {"DesfireGetApplications", {{"906A000000", "01 91AF"}, {"90AF000000", "6A82"}},
+       [&](Encoder& e) { return e.DESFireGetApplications(out); }, "DESFireGetApplications",
+       "SCardTransmit:MoreResponse"},
+      // A continuation frame names the command it continues.
+      {"DesfireSendNextData", {{"90F50000010200", "04 00 EEEE 200000 9100"},
+                               {"903B000034 02 000000 2E0000" + record + "00", "91AF"},
+                               {"90AF000001 EE 00", "6A82"}},
+       [&](Encoder& e) { return e.DESFireWriteRecord(2, 0, 0, record + "EE", true); },
+       "DESFireWriteRecord", "SCardTransmit:DesfireWriteRecord"},
+  };
+  // clang-format on
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.traceName);
+    test::ScriptedEncoder bench;
+    bench.Open();
+    for (const auto& [frame, answer] : c.frames) {
+      if (answer.empty()) bench.pcsc->ExpectFailure(frame, scard::W_REMOVED_CARD);
+      if (!answer.empty()) bench.pcsc->Expect(frame, answer);
+    }
+    EXPECT_EQ(c.call(bench.encoder), sceError);
+    EXPECT_EQ(bench.encoder.LastError().ComFunction(), c.comFunction);
+    EXPECT_EQ(bench.encoder.LastError().RdrCommand(), c.rdrCommand);
+    EXPECT_TRUE(Traced(bench.trace, std::string("--> EncoderCommand(") + c.traceName + ")"));
+    EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
+  }
+  // The last pass of an authentication lost in transit.
+  test::ScriptedEncoder bench;
+  bench.Open();
+  bench.ExpectAuthentication("A1B2C3", 0, kKey, test::kRndB, scard::W_REMOVED_CARD);
+  EXPECT_EQ(bench.encoder.DESFireSelectApplication("A1B2C3", 0, kKey), sceError);
+  EXPECT_EQ(bench.encoder.LastError().RdrCommand(),
+            "EncoderCommand:SCardTransmit:DesfireAuthenticate");
+}
+
+TEST(CommandEngine, JudgesTheStatusWord) {
+  struct Case {
+    std::string answer;
+    sceReturnCode result;
+    std::string response, retCode;
   };
   // clang-format off
   const std::vector<Case> cases = {
-      {cmd::Escape, "ff ca-00:00 00", "ec_Escape", "Escape", "FFCA000000"},
-      {cmd::ContinueResponse, "", "ContinueResponse", "MoreResponse", "90AF000000"},
-      {cmd::LoadKey, "01|A0A1A2A3A4A5", "LoadKey", "", "FF82000106A0A1A2A3A4A5"},
-      {cmd::GeneralAuthenticate, "60|04", "GeneralAuthenticate", "", "FF860000050100040060"},
-      {cmd::MifareClassicWrite, "04|A0A1A2A3A4A5|0011223344", "MifareClassicWrite", "",
-       "FFF400040B0011223344A0A1A2A3A4A5"},
-      {cmd::DesfireSelectApplication, "563412", "DesfireSelectApplication", "DESFireSelectApplication", "905A00000356341200"},
-      {cmd::DesfireAuthenticate3, "0011223344556677", "DesfireAuthenticate3", "DesfireAuthenticate", "90AF0000100011223344556677" "00"},
-      {cmd::DesfireCreateApplication, "563412|-1|300", "DesfireCreateApplication", "", "90CA000005563412FF2C00"},
-      {cmd::DesfireGetFileIds, "", "DesfireGetFileIds", "DesfireGetFileIDs", "906F000000"},
-      {cmd::DesfireCreateStdDataFile, "01|00|EEEE|200000", "DesfireCreateStdDataFile", "", "90CD0000070100EEEE20000000"},
-      {cmd::DesfireWriteData, "ignored|0A|01000000030000AABBCC", "DesfireWriteData", "", "903D00000A01000000030000AABBCC00"},
-      {cmd::DesfireSendNextData, "DesfireWriteData|02|AABB", "DesfireSendNextData", "DesfireWriteData", "90AF000002AABB00"},
+      {"AABB9000", sceSuccess, "AABB", "9000"}, {"9100", sceSuccess, "", "9100"}, {"9101", sceSuccess, "", "9101"},
+      {"AABB91AF", sceSuccess, "AABB", "91AF"},  // the caller continues the exchange itself
+      {"AABB6110", sceError, "", "6110"}, {"AABB9001", sceError, "", "9001"}, {"6F", sceError, "", "6F"},
+      {"", sceSuccess, "", "FFFF"},  // deliberately an empty answer counts as success
   };
   // clang-format on
   test::ScriptedEncoder bench;
   bench.Open();
   for (const Case& c : cases) {
-    bench.trace.clear();
-    bench.pcsc->Expect(c.frame, "6A82");
-    EXPECT_EQ(Peer::Command(bench.encoder, c.code, Split(c.params)).result, sceError) << c.frame;
-    const std::string name = c.commandName.empty() ? c.traceName : c.commandName;
-    EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "SCardTransmit:" + name);
-    EXPECT_EQ(bench.trace.front(), "--> EncoderCommand(" + c.traceName + ")");
-  }
-  EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
-}
-
-TEST(EncoderCommand, JudgesTheStatusWord) {
-  struct Case {
-    std::string answer;
-    sceReturnCode result;
-    std::string response, statusWord;
-  };
-  const std::vector<Case> cases = {
-      {"AABB9000", sceSuccess, "AABB", "9000"},
-      {"9101", sceSuccess, "", "9101"},
-      {"AABB91AF", sceSuccess, "AABB", "91AF"},
-      {"AABB6110", sceError, "", "6110"},
-      {"6F", sceError, "", "6F"},
-      {"", sceSuccess, "", "FFFF"},  // deliberately an empty answer counts as success
-  };
-  test::ScriptedEncoder bench;
-  bench.Open();
-  for (const Case& c : cases) {
-    Peer::ClearLastError(bench.encoder);
     bench.pcsc->Expect("9060000000", c.answer);
-    const auto out = Peer::Command(bench.encoder, cmd::DesfireGetVersion);
-    EXPECT_EQ(out.result, c.result) << c.answer;
-    EXPECT_EQ(out.response + "/" + out.statusWord, c.response + "/" + c.statusWord) << c.answer;
-    EXPECT_EQ(Peer::LastStatusWord(bench.encoder), c.statusWord);
+    std::string response = "stale", retCode = "stale";
+    EXPECT_EQ(bench.encoder.EscapeExt("9060000000", response, retCode), c.result) << c.answer;
+    EXPECT_EQ(response + "/" + retCode,
+              c.response + "/" + (c.result == sceSuccess ? c.retCode : ""));
     const CError& record = bench.encoder.LastError();
     EXPECT_EQ(record.Number(), c.result == sceError ? err::kCommandFailed : 0);
-    if (c.result == sceError) {
-      EXPECT_EQ(record.Description(), "Encoder command failed");
-      EXPECT_EQ(record.RdrRetCode(), c.statusWord);
-    }
+    EXPECT_EQ(record.Description(), c.result == sceError ? "Encoder command failed" : "");
+    EXPECT_EQ(record.RdrRetCode(), c.result == sceError ? c.retCode : "");
   }
 }
 
-TEST(EncoderCommand, GathersContinuationFramesOnlyWhenAsked) {
+TEST(CommandEngine, GathersContinuationFramesOnlyWhenAsked) {
   test::ScriptedEncoder bench;
   bench.encoder.Parameters("Protocol=2");
   bench.Open();
-  bench.pcsc->Expect("906A000000", "0102 91AF");
-  bench.pcsc->Expect("90AF000000", "0304 91AF");
-  bench.pcsc->Expect("90AF000000", "05 9100");
-  auto out = Peer::Command(bench.encoder, cmd::DesfireGetApplications, {}, true);
-  EXPECT_EQ(out.result, sceSuccess);
-  EXPECT_EQ(out.response + "/" + out.statusWord, "0102030405/9100");
+  bench.pcsc->Expect("906A000000", "010203 91AF");
+  bench.pcsc->Expect("90AF000000", "0405 91AF");
+  bench.pcsc->Expect("90AF000000", "06 9100");
+  std::string apps;
+  EXPECT_EQ(bench.encoder.DESFireGetApplications(apps), sceSuccess);
+  EXPECT_EQ(apps, "010203,040506");
+  ASSERT_EQ(bench.pcsc->transmits().size(), 3U);
   for (const auto& t : bench.pcsc->transmits()) {
     EXPECT_EQ(t.sendPci.dwProtocol * 100 + t.sendPci.cbPciLength, 208U);
     EXPECT_FALSE(t.receivePciGiven);
     EXPECT_EQ(t.receiveLength, 4096U);  // a fresh buffer for every frame
   }
+  // A raw request leaves the continuation to its caller.
   bench.pcsc->Expect("906A000000", "0102 91AF");
-  out = Peer::Command(bench.encoder, cmd::DesfireGetApplications);
-  EXPECT_EQ(out.response + "/" + out.statusWord, "0102/91AF");
-
-  bench.pcsc->Expect("906A000000", "0102 91AF");
-  bench.pcsc->Expect("90AF000000", "91CA");
-  out = Peer::Command(bench.encoder, cmd::DesfireGetApplications, {}, true);
-  EXPECT_EQ(out.result, sceError);
-  EXPECT_EQ(out.response, "");
-  EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "SCardTransmit:MoreResponse");
+  std::string response, retCode;
+  EXPECT_EQ(bench.encoder.EscapeExt("906A000000", response, retCode), sceSuccess);
+  EXPECT_EQ(response + "/" + retCode, "0102/91AF");
 }
 
-TEST(EncoderCommand, BoundsAnEndlessContinuationChain) {
+TEST(CommandEngine, BoundsAnEndlessContinuationChain) {
   // 1024 frames at most, or 1 MiB of gathered data (257 frames of 4094 bytes), whichever first.
   for (const auto& [answer, frames] : {std::pair<std::string, std::size_t>{"00 91AF", 1024},
                                        {std::string(8188, 'E') + "91AF", 257}}) {
     test::ScriptedEncoder bench;
     bench.Open();
     bench.pcsc->AnswerAnyFrame(answer);
-    const auto out = Peer::Command(bench.encoder, cmd::DesfireGetApplications, {}, true);
-    EXPECT_EQ(out.result, sceError);
-    EXPECT_EQ(out.response, "");
+    std::string apps = "stale";
+    EXPECT_EQ(bench.encoder.DESFireGetApplications(apps), sceError);
+    EXPECT_EQ(apps, "stale");
     EXPECT_EQ(bench.pcsc->frames().size(), frames);
-    EXPECT_EQ(bench.encoder.LastError().Number(), err::kCommandFailed);
     EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "SCardTransmit:MoreResponse");
     EXPECT_EQ(bench.encoder.LastError().RdrRetCode(), "91AF");
+    EXPECT_TRUE(Traced(bench.trace, "Continuation chain too long"));
   }
 }
 
-TEST(EncoderCommand, SendsNothingForEmptyOrUnknownCommands) {
-  test::ScriptedEncoder bench;
-  bench.Open();
-  for (const std::int32_t code : {0x0999, cmd::DesfireAuthenticate1}) {
-    const auto out = Peer::Command(bench.encoder, code, {"00", "00", "000000", "A0A1A2A3A4A5A6A7"});
-    EXPECT_EQ(out.result, sceSuccess);
-    EXPECT_EQ(out.statusWord, "FFFF");
-  }
-  EXPECT_EQ(bench.trace.front(), "--> EncoderCommand(Unknown)");
-  EXPECT_EQ(bench.pcsc->Count(PcscCall::Transmit), 0U);
-}
-
-TEST(EncoderCommand, RefusesWithoutContextOrCardAndReportsTransportFailures) {
+// The engine refuses to send without a context or a card, and records a frame the reader failed
+// or could not send; an operation that calls it directly keeps the engine's number.
+TEST(CommandEngine, RefusesWithoutContextOrCardAndRecordsTransportFailures) {
   test::ScriptedEncoder bench;
   const CError& record = bench.encoder.LastError();
-  EXPECT_EQ(Peer::Command(bench.encoder, cmd::GetUID).result, sceError);
+  EXPECT_EQ(bench.encoder.DESFireSelectApplication("A1B2C3", 0, kKey), sceError);
   EXPECT_EQ(record.Number(), err::kEncoderClosed);
-  EXPECT_EQ(record.ComFunction(), "EncoderCommand");
+  EXPECT_EQ(record.Description() + "/" + record.RdrCommand(),
+            "Encoder is closed/DesfireAuthenticate1");
+  EXPECT_TRUE(Traced(bench.trace, "Error, hContext = 0, encoder is closed"));
+  EXPECT_TRUE(bench.pcsc->calls().empty());
+
   bench.pcsc->SetCardPresent(false);
   bench.encoder.OpenEncoder(0);
   bench.pcsc->ClearLog();
-  Peer::Command(bench.encoder, cmd::GetUID);
+  EXPECT_EQ(bench.encoder.DESFireSelectApplication("A1B2C3", 0, kKey), sceError);
   EXPECT_EQ(record.Number(), err::kEncoderEmpty);
+  EXPECT_EQ(record.Description(), "No card in encoder");
   EXPECT_TRUE(bench.pcsc->calls().empty());
 
   bench.pcsc->SetCardPresent(true);
-  ASSERT_EQ(Peer::SelectCardInRange(bench.encoder), sceSuccess);
+  std::string serial;
   bench.pcsc->ExpectFailure("FFCA000000", scard::W_REMOVED_CARD);
-  EXPECT_EQ(Peer::Command(bench.encoder, cmd::GetUID).statusWord, "FFFF");
+  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
   EXPECT_EQ(record.Number(), err::kCommandFailed);
   EXPECT_EQ(record.RdrRetCode(), SCardErrorText(static_cast<std::int32_t>(scard::W_REMOVED_CARD)));
   bench.pcsc->ThrowOnNext(PcscCall::Transmit, 453, "Entry point not found");
-  EXPECT_EQ(Peer::Command(bench.encoder, cmd::GetUID).result, sceError);
+  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
   EXPECT_EQ(record.Number(), 453);
-  EXPECT_EQ(record.RdrCommand(), "SCardTransmit:GetUID");
+  EXPECT_EQ(record.Description(), "Entry point not found");
+  EXPECT_EQ(record.RdrCommand(), "EncoderCommand:SCardTransmit:GetUID");
+  EXPECT_EQ(record.RdrRetCode(), "OK (SCARD_S_SUCCESS)");
+  // A raw request keeps its letters and digits, in capitals: letters beyond F count as 0 and an
+  // odd last digit is the high half of a last byte. An empty request is sent nowhere.
+  std::string response, retCode;
+  for (const auto& [request, frame] : {std::pair{"ab-c", "ABC0"}, {"gz 1h", "0010"}}) {
+    bench.pcsc->Expect(frame, "9000");
+    EXPECT_EQ(bench.encoder.EscapeExt(request, response, retCode), sceSuccess) << request;
+  }
+  bench.pcsc->ClearLog();
+  EXPECT_EQ(bench.encoder.EscapeExt(" -:", response, retCode), sceSuccess);
+  EXPECT_EQ(retCode, "FFFF");
+  EXPECT_EQ(bench.pcsc->Count(PcscCall::Transmit), 0U);
 }
 
 // The frame of the first "Calling SCardTransmit" line of a trace.
@@ -183,76 +218,76 @@ std::string SentFrame(const std::vector<std::string>& trace) {
 }
 
 // A key is masked in every trace line whether it parses or not: the reader refuses a malformed
-// key, but the trace must not have shown it first.
+// key, but the trace must not have shown it first. Raw requests that carry a key (the reader's
+// load-key command and the frames with a key inside) are masked as well.
 TEST(Trace, MasksEveryKeyWhetherOrNotItParses) {
-  struct Case {
-    std::string key;  // as typed by the host
-    std::string shownFrame;
-  };
-  const std::vector<Case> cases = {
+  const std::string zeros(32, '0');
+  const std::vector<std::pair<std::string, std::string>> cases = {
       {"A0A1A2A3A4A5", "FFF3000406************10"},
       {"A0 A1 A2 A3 A4 A5", "FFF3000406************10"},  // normalised before it is sent
       {"B0 B1 B2 B3 B4 BG", "FFF3000406*****************10"},
       {"B0B1B2B3", "FFF3000406********10"},
       {"C7-C8:C9", "FFF3000406********10"},
+      {"FF 82 00 00 06 D0 D1 D2 D3 D4 D5", "FF82000006************"},
+      {"FF F3 00 04 06 D0 D1 D2 D3 D4 D5 10", "FFF3000406************10"},
+      {"FFF4000410" + zeros + "D0D1D2D3D4D5", "FFF4000410" + zeros + "************"},
   };
   for (const auto& [key, shownFrame] : cases) {
     test::ScriptedEncoder bench;
     bench.Open();
     bench.pcsc->AnswerAnyFrame("6700");
-    std::string contents;
-    bench.encoder.MifareReadDataBloc(4, key, 0, contents);
-    std::string compact = key;
-    std::erase(compact, ' ');
+    std::string out;
+    const bool raw = key.starts_with("FF");
+    if (raw) bench.encoder.Escape(key, out);
+    if (!raw) bench.encoder.MifareReadDataBloc(4, key, 0, out);
+    std::string secret = raw ? "D0D1D2" : key;
+    std::erase(secret, ' ');
     for (const std::string& line : bench.trace) {
       EXPECT_EQ(line.find(key), std::string::npos) << line;
-      EXPECT_EQ(line.find(compact), std::string::npos) << line;
+      EXPECT_EQ(line.find(secret), std::string::npos) << line;
     }
     EXPECT_EQ(SentFrame(bench.trace), shownFrame) << key;
   }
-  // Raw requests that carry a key: the reader's load-key command and the frames with a key inside.
-  const std::vector<std::pair<std::string, std::string>> raw = {
-      {"FF 82 00 00 06 D0 D1 D2 D3 D4 D5", "FF82000006************"},
-      {"FF F3 00 04 06 D0 D1 D2 D3 D4 D5 10", "FFF3000406************10"},
-      {"FFF4000410" + std::string(32, '0') + "D0D1D2D3D4D5",
-       "FFF4000410" + std::string(32, '0') + "************"},
-  };
-  for (const auto& [request, shownFrame] : raw) {
-    test::ScriptedEncoder bench;
-    bench.Open();
-    bench.pcsc->AnswerAnyFrame("9000");
-    std::string response;
-    bench.encoder.Escape(request, response);
-    for (const std::string& line : bench.trace) EXPECT_EQ(line.find("D0D1D2"), std::string::npos);
-    EXPECT_EQ(SentFrame(bench.trace), shownFrame);
-  }
 }
 
-TEST(Escape, PassesTheCleanedRequestAndEmptiesOutputsOnError) {
+// Keys are remembered so that any later line that shows them, in any case or spaced, shows them
+// masked; the 64 most recent keys are remembered, and texts shorter than eight digits never are.
+TEST(Trace, MasksRememberedKeysInLaterLinesAndForgetsTheOldestBeyond64) {
   test::ScriptedEncoder bench;
   bench.Open();
-  bench.pcsc->Expect("FFCA000000", "04A1B2C3 9000");
-  std::string response, retCode;
-  EXPECT_EQ(bench.encoder.Escape("ff ca 00 00 00", response), sceSuccess);
-  EXPECT_EQ(response, "04A1B2C3");
-  bench.pcsc->Expect("FFCA000000", "04A1B2C3 6A82");
-  EXPECT_EQ(bench.encoder.EscapeExt("FF:CA:00:00:00", response, retCode), sceError);
-  EXPECT_EQ(response + retCode, "");
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "EscapeExt");
-  EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "EncoderCommand:SCardTransmit:EscapeExt");
-  bench.pcsc->Expect("FFCA000000", "9101");
-  EXPECT_EQ(bench.encoder.EscapeExt("FFCA000000", response, retCode), sceSuccess);
-  EXPECT_EQ(retCode, "9101");
+  bench.pcsc->AnswerAnyFrame("6700");
+  std::string contents;
+  const auto read = [&](const std::string& k) {
+    bench.encoder.MifareReadDataBloc(4, k, 0, contents);
+  };
+  read("a0a1a2a3a4a5");
+  read("B1B2B3C4");  // eight digits: the shortest key remembered
+  read("C1C2C3");
+  bench.trace.clear();
+  bench.encoder.Parameters("k=A0A1A2A3A4A5;s=A0 A1 A2 A3 A4 A5;l=a0a1a2a3a4a5;B1B2B3C4;C1C2C3");
+  EXPECT_EQ(bench.trace.front(),
+            "--> Set Parameters = \"k=************;s=*****************;"
+            "l=************;********;C1C2C3\"");
+  for (int i = 1; i <= 62; ++i) read("00112233" + std::to_string(1000 + i));
+  bench.trace.clear();
+  bench.encoder.WriteLog("A0A1A2A3A4A5 B1B2B3C4");
+  read("0011223310FF");  // the 65th key: the first is forgotten
+  bench.encoder.WriteLog("A0A1A2A3A4A5 B1B2B3C4");
+  bench.encoder.SetTraceSink(nullptr);
+  bench.encoder.WriteLog("discarded");
+  ASSERT_GE(bench.trace.size(), 2U);
+  EXPECT_EQ(bench.trace.front(), "************ ********");
+  EXPECT_EQ(bench.trace.back(), "A0A1A2A3A4A5 ********");
 }
 
-TEST(Trace, FollowsOneOperationLineByLineAndAFailureNamesItsCommand) {
+TEST(Trace, FollowsOneOperationLineByLine) {
   test::ScriptedEncoder bench;
   bench.Open();
   bench.pcsc->Expect("FFCA000000", "04A1B2C3 9000");
   std::string serial;
   bench.encoder.ReadSerialNumber(serial);
   EXPECT_EQ(serial, "04A1B2C3");
-  const std::string atr = test::ScriptedPcsc::kDefaultAtr;
+  const std::string atr = ScriptedPcsc::kDefaultAtr;
   const std::vector<std::string> expected = {
       "--> ReadSerialNumber",
       "--> SelectCardInRange",
@@ -280,12 +315,6 @@ TEST(Trace, FollowsOneOperationLineByLineAndAFailureNamesItsCommand) {
       "<-- ReadSerialNumber",
   };
   EXPECT_EQ(bench.trace, expected);
-
-  bench.pcsc->Expect("FFCA000000", "6A82");
-  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
-  EXPECT_EQ(serial, "");
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "ReadSerialNumber");
-  EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "EncoderCommand:SCardTransmit:GetUID");
 }
 
 }  // namespace

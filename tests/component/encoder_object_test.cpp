@@ -3,13 +3,10 @@
 #include <limits>
 #include <regex>
 
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
 namespace {
-
-using Peer = EncoderTestPeer;
 
 TEST(Parameters, SplitsTrimsAndParsesItems) {
   struct Case {
@@ -34,25 +31,22 @@ TEST(Parameters, SplitsTrimsAndParsesItems) {
   for (const Case& c : cases) {
     Encoder encoder(Platform{nullptr, std::make_shared<test::VirtualHost>(), nullptr});
     encoder.Parameters(c.text);
-    EXPECT_EQ(Peer::Device(encoder), c.device) << c.text;
-    EXPECT_EQ(Peer::Protocol(encoder), c.protocol) << c.text;
-    EXPECT_EQ(Peer::ForceReconnect(encoder), c.forceReconnect) << c.text;
     EXPECT_EQ(encoder.LastError().ComFunction(), "Parameters");
+    EXPECT_EQ(encoder.Parameters(),
+              "Encoding capabilities=Mifare Classic, Mifare Ultralight, Mifare DESFire\r\nDevice=" +
+                  c.device + "\r\nProtocol=" + std::to_string(c.protocol) +
+                  "\r\nForce_Reconnect=" + (c.forceReconnect ? "1" : "0"))
+        << c.text;
   }
 }
 
-TEST(Parameters, GettersReportTheFieldsAndNewObjectHasAClearRecord) {
+TEST(Encoder, ANewObjectIsClosedUnknownAndClear) {
   test::ScriptedEncoder bench;
-  bench.encoder.Parameters("Protocol=2\r\nforce_reconnect=0");
-  EXPECT_EQ(bench.encoder.Parameters(),
-            "Encoding capabilities=Mifare Classic, Mifare Ultralight, Mifare DESFire\r\n"
-            "Device=Scripted Reader 0\r\nProtocol=2\r\nForce_Reconnect=0");
   Encoder fresh(Platform{bench.pcsc, bench.host, nullptr});
-  EXPECT_NE(fresh.Parameters().find("Device=<unknown>\r\nProtocol=1\r\nForce_Reconnect=1"),
-            std::string::npos);
   EXPECT_EQ(fresh.LastError().Number(), 0);
   bench.trace.clear();
   EXPECT_EQ(fresh.ATRString(), "");
+  EXPECT_EQ(fresh.EncoderState(), sceClosed);
   EXPECT_EQ(bench.encoder.CardType(), sceUnknownType);
   EXPECT_EQ(bench.encoder.SerialNumberLength(), -1);
   EXPECT_EQ(bench.trace,
@@ -60,50 +54,6 @@ TEST(Parameters, GettersReportTheFieldsAndNewObjectHasAClearRecord) {
                 "--> Get CardType", "Card type is 1", "<-- Get CardType",
                 "--> Get SerialNumberLength", "Serial Number length is -1",
                 "<-- Get SerialNumberLength"}));  // the number getters trace their name and value
-}
-
-TEST(LastError, FinishStampsTheOperationAndKeepsTheInnerRoutine) {
-  const std::vector<std::array<std::string, 3>> cases = {
-      {"", "", ""},
-      {"", "SCardConnect", "SCardConnect"},
-      {"EncoderCommand", "", "EncoderCommand"},
-      {"EncoderCommand", "SCardTransmit:GetUID", "EncoderCommand:SCardTransmit:GetUID"}};
-  test::ScriptedEncoder bench;
-  const CError& record = bench.encoder.LastError();
-  for (const auto& [cf, rc, expectedRc] : cases) {
-    Peer::SetLastError(bench.encoder, {.Number = 7,
-                                       .Description = "d",
-                                       .LastDllError = 9,
-                                       .ComFunction = cf,
-                                       .RdrCommand = rc,
-                                       .RdrRetCode = "6A82"});
-    Peer::SetLastError(bench.encoder, {.Description = "kept"});  // absent fields stay
-    Peer::FinishLastError(bench.encoder, "ReadSerialNumber");
-    EXPECT_EQ(record.ComFunction(), "ReadSerialNumber");
-    EXPECT_EQ(record.RdrCommand(), expectedRc);
-    EXPECT_EQ(record.Description() + record.RdrRetCode(), "kept6A82");
-    EXPECT_EQ(record.Number() * 10 + record.LastDllError(), 79);
-  }
-  bench.encoder.Parameters("Protocol=1");  // a successful public call clears the record
-  EXPECT_EQ(record.Number(), 0);
-  EXPECT_EQ(record.RdrRetCode(), "");
-}
-
-TEST(Trace, MasksRememberedSecretsBeforeTheSinkAndKeepsTheListBounded) {
-  test::ScriptedEncoder bench;
-  bench.trace.clear();
-  Peer::RememberSecret(bench.encoder, "a0a1a2a3a4a5");
-  Peer::RememberSecret(bench.encoder, "0F");  // too short to be a key: never masked
-  Peer::Trace(bench.encoder, "k=A0A1A2A3A4A5 s=A0 A1 A2 A3 A4 A5 l=a0a1a2a3a4a5 0F");
-  for (int i = 0; i < 70; ++i)
-    Peer::RememberSecret(bench.encoder, "00112233445566" + std::to_string(10 + i));
-  EXPECT_EQ(Peer::SecretCount(bench.encoder), 64U);
-  Peer::Trace(bench.encoder, "A0A1A2A3A4A5 0011223344556679");  // the oldest was forgotten
-  bench.encoder.SetTraceSink(nullptr);
-  bench.encoder.WriteLog("discarded");
-  EXPECT_EQ(bench.trace,
-            (std::vector<std::string>{"k=************ s=***************** l=************ 0F",
-                                      "A0A1A2A3A4A5 ****************"}));
 }
 
 struct NearlyOneHost : test::VirtualHost {

@@ -1,17 +1,18 @@
+// The reader session: opening, the card taken anew before each operation, closing, and the
+// failures of each step, seen through the public members and the calls the reader received.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "component/error_codes.h"
 #include "component/texts.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
 namespace {
 
-using Peer = EncoderTestPeer;
 using test::PcscCall;
+using test::Record;
 using namespace std::chrono_literals;
 
 std::string Text(std::uint32_t code) {
@@ -21,6 +22,7 @@ std::string Text(std::uint32_t code) {
 TEST(OpenEncoder, ConnectsExclusivelyAndIdentifiesTheCardAfterTheWait) {
   test::ScriptedEncoder bench;
   bench.encoder.Parameters("Protocol=2");
+  bench.pcsc->SetTextAttribute(scard::ATTR_VENDOR_NAME, "Lecteurs \xC9tienne");  // 8-bit text
   bench.trace.clear();
   EXPECT_EQ(bench.encoder.OpenEncoder(7), sceSuccess);
   ASSERT_EQ(bench.pcsc->connects().size(), 1U);
@@ -30,17 +32,11 @@ TEST(OpenEncoder, ConnectsExclusivelyAndIdentifiesTheCardAfterTheWait) {
   EXPECT_EQ(bench.host->waited(), 5000ms);
   EXPECT_EQ(bench.trace.front(), "--> OpenEncoder(7, True)");
   EXPECT_EQ(bench.encoder.EncoderState(), sceReady);
+  bench.pcsc->ClearLog();
+  // Name, vendor, type, version and serial number, read in that order.
   EXPECT_EQ(bench.encoder.ReaderType(),
-            "Device name: Scripted Reader 0\r\nVendor name: Scripted Devices\r\nType: SR-1\r\n"
-            "Version: 2.0.1.7\r\nSerial number: SN0001\r\n");
-}
-
-TEST(ReaderType, ReadsNameVendorTypeVersionAndSerialNumberInThatOrderAsText) {
-  test::ScriptedEncoder bench;
-  bench.pcsc->SetTextAttribute(scard::ATTR_VENDOR_NAME, "Lecteurs \xC9tienne");  // 8-bit text
-  bench.Open();
-  EXPECT_NE(bench.encoder.ReaderType().find("Vendor name: Lecteurs \xC3\x89tienne\r\n"),
-            std::string::npos);
+            "Device name: Scripted Reader 0\r\nVendor name: Lecteurs \xC3\x89tienne\r\n"
+            "Type: SR-1\r\nVersion: 2.0.1.7\r\nSerial number: SN0001\r\n");
   std::vector<std::string> attributes;
   for (const std::string& call : bench.pcsc->calls()) {
     if (call.starts_with("GetAttrib ") && (attributes.empty() || attributes.back() != call))
@@ -59,13 +55,13 @@ TEST(OpenEncoder, RetriesASharingViolationOnceAndEndsClosedAfterTheSecond) {
   bench.pcsc->QueueResult(PcscCall::Connect, scard::E_SHARING_VIOLATION);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);
   EXPECT_EQ(bench.encoder.LastError().Number(), 0);
-  EXPECT_EQ(Peer::Context(bench.encoder) + Peer::Card(bench.encoder), 0);
   EXPECT_EQ(bench.pcsc->Count(PcscCall::EstablishContext), 2U);
-  EXPECT_EQ(bench.pcsc->OpenContexts(), 0U);
+  EXPECT_EQ(bench.pcsc->OpenContexts() + bench.pcsc->OpenCards(), 0U);
   EXPECT_EQ(bench.host->waits(), 2);
+  EXPECT_EQ(bench.encoder.EncoderState(), sceClosed);
   bench.pcsc->QueueResult(PcscCall::Connect, scard::E_SHARING_VIOLATION);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);  // the retry finds the card free
-  EXPECT_NE(Peer::Card(bench.encoder), 0);
+  EXPECT_EQ(bench.pcsc->OpenCards(), 1U);
 }
 
 TEST(OpenEncoder, ReportsAnEmptyReaderAndContextAndConnectionFailures) {
@@ -73,25 +69,25 @@ TEST(OpenEncoder, ReportsAnEmptyReaderAndContextAndConnectionFailures) {
   const CError& record = bench.encoder.LastError();
   bench.pcsc->SetCardPresent(false);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);  // no card: opened, but recorded
-  EXPECT_EQ(record.Number(), err::kEncoderEmpty);
-  EXPECT_EQ(record.Description() + "/" + record.RdrCommand(), "No card in encoder/SCardConnect");
-  EXPECT_EQ(record.RdrRetCode(), Text(scard::E_NO_SMARTCARD));
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kEncoderEmpty, "No card in encoder", "OpenEncoder", "SCardConnect",
+                            Text(scard::E_NO_SMARTCARD)));
   EXPECT_EQ(bench.encoder.EncoderState(), sceOpened);
   bench.encoder.CloseEncoder();
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceError);
-  EXPECT_EQ(record.Number(), err::kCannotEstablish);
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "OpenEncoder",
+                            "OpenEncoder:SCardEstablishContext", Text(scard::E_NO_SERVICE)));
   EXPECT_EQ(record.LastDllError(), static_cast<std::int32_t>(scard::E_NO_SERVICE));
-  EXPECT_EQ(record.RdrCommand(), "OpenEncoder:SCardEstablishContext");
   EXPECT_EQ(bench.host->waits(), 1);  // only the open that reached the reader waited
 
   bench.encoder.Parameters("Device=Elsewhere");  // SCARD_E_UNKNOWN_READER
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceError);
-  EXPECT_EQ(record.Number(), err::kCannotConnect);
-  EXPECT_EQ(record.RdrRetCode(), Text(scard::E_UNKNOWN_READER));
-  EXPECT_EQ(Peer::Context(bench.encoder), 0);
-  EXPECT_EQ(Peer::OpenEncoderCore(bench.encoder, 0, false), sceSuccess);  // context kept
-  EXPECT_NE(Peer::Context(bench.encoder), 0);
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kCannotConnect, "Cannot open encoder", "OpenEncoder",
+                            "SCardConnect", Text(scard::E_UNKNOWN_READER)));
+  EXPECT_EQ(bench.pcsc->OpenContexts(), 0U);
 
   Encoder bare(Platform{});  // no PC/SC library at all: a recorded failure, not a crash
   EXPECT_EQ(bare.OpenEncoder(0), sceError);
@@ -105,60 +101,64 @@ TEST(CloseEncoder, ReleasesEverythingOnceAndStopsAtAFailedCall) {
   EXPECT_EQ(bench.encoder.CloseEncoder(), sceSuccess);  // a closed encoder asks nothing of PC/SC
   EXPECT_EQ(bench.pcsc->calls(), (std::vector<std::string>{"Disconnect", "ReleaseContext"}));
   EXPECT_EQ(bench.encoder.EncoderState(), sceClosed);
+  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "EncoderState");
 
   bench.Open();
   bench.pcsc->ThrowOnNext(PcscCall::Disconnect, 453, "Entry point not found");
   EXPECT_EQ(bench.encoder.CloseEncoder(), sceError);
-  const CError& record = bench.encoder.LastError();
-  EXPECT_EQ(record.Number(), 453);
-  EXPECT_EQ(record.ComFunction() + "/" + record.RdrCommand(), "CloseEncoder/CloseReader");
-  EXPECT_NE(Peer::Context(bench.encoder), 0);
+  EXPECT_EQ(Record(bench.encoder), std::make_tuple(453, "Entry point not found", "CloseEncoder",
+                                                   "CloseReader", "OK (SCARD_S_SUCCESS)"));
+  EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);  // the context it never reached stays
   EXPECT_NE(
       std::ranges::find(bench.trace, "Error 453: Entry point not found [OK (SCARD_S_SUCCESS)]"),
       bench.trace.end());
 }
 
+// Before each operation the card is taken anew (when force_reconnect asks for it), and the
+// identification read again; a driver without the ATR attribute gives the ATR in the card's
+// status.
 TEST(SelectCardInRange, ReconnectsOnlyWhenForced) {
   for (const bool force : {true, false}) {
     test::ScriptedEncoder bench;
     bench.encoder.Parameters(force ? "force_reconnect=1" : "force_reconnect=0");
+    bench.pcsc->SetAtrAttributeSupported(false);
+    bench.pcsc->SetAtr("3b 81 80 01 80 80");
     bench.Open();
-    EXPECT_EQ(Peer::SelectCardInRange(bench.encoder), sceSuccess);
-    EXPECT_EQ(Peer::SelectCardInRange(bench.encoder), sceSuccess);
+    bench.pcsc->AnswerAnyFrame("04A1B2C3 9000");
+    std::string serial;
+    EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceSuccess);
+    EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceSuccess);
     EXPECT_EQ(bench.pcsc->Count(PcscCall::Connect), force ? 2U : 0U);
     EXPECT_EQ(bench.pcsc->Count(PcscCall::Disconnect), force ? 2U : 0U);
-    EXPECT_EQ(bench.encoder.ATRString(), force ? test::ScriptedPcsc::kDefaultAtr : "");
+    EXPECT_EQ(bench.pcsc->Count(PcscCall::Status), force ? 2U : 0U);
+    EXPECT_EQ(bench.encoder.ATRString(), force ? "3B 81 80 01 80 80" : "");
   }
 }
 
 TEST(SelectCardInRange, ReportsAClosedEncoderAnEmptyReaderAndAFailedCall) {
   test::ScriptedEncoder bench;
-  EXPECT_EQ(Peer::SelectCardInRange(bench.encoder), sceError);
-  EXPECT_EQ(bench.encoder.LastError().Number(), err::kEncoderClosed);
+  std::string serial;
+  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
+  EXPECT_EQ(Record(bench.encoder), std::make_tuple(err::kEncoderClosed, "Encoder is closed",
+                                                   "ReadSerialNumber", "SelectCardInRange", ""));
   EXPECT_EQ(bench.encoder.ReaderType(), "Encoder is closed");
-  EXPECT_EQ(bench.encoder.LastError().ComFunction(), "ReaderType");
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kEncoderClosed, "Encoder is closed", "ReaderType", "", ""));
   EXPECT_TRUE(bench.pcsc->calls().empty());
 
   bench.Open();
   bench.pcsc->SetCardPresent(false);
-  EXPECT_EQ(Peer::SelectCardInRange(bench.encoder), sceError);
-  EXPECT_EQ(bench.encoder.LastError().Number(), err::kEncoderEmpty);
-  EXPECT_EQ(Peer::Card(bench.encoder), 0);
-  EXPECT_NE(Peer::Context(bench.encoder), 0);
+  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
+  EXPECT_EQ(Record(bench.encoder),
+            std::make_tuple(err::kEncoderEmpty, "No card in encoder", "ReadSerialNumber",
+                            "SCardConnect", Text(scard::E_NO_SMARTCARD)));
+  EXPECT_EQ(bench.pcsc->OpenCards(), 0U);
+  EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
+  EXPECT_EQ(bench.encoder.ReaderType(), "Scripted Reader 0");  // no card: the configured name
   bench.pcsc->ThrowOnNext(PcscCall::Connect, 453, "Entry point not found");
-  EXPECT_EQ(Peer::SelectCardInRange(bench.encoder), sceError);
+  EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError);
   EXPECT_EQ(bench.encoder.LastError().Number(), 453);
-  EXPECT_EQ(Peer::Context(bench.encoder), 0);
-}
-
-TEST(SelectCardInRange, ReadsTheAtrFromTheCardStatusWhenTheDriverHasNoAtrAttribute) {
-  test::ScriptedEncoder bench;
-  bench.pcsc->SetAtrAttributeSupported(false);
-  bench.pcsc->SetAtr("3b 81 80 01 80 80");
-  bench.Open();
-  EXPECT_EQ(Peer::SelectCardInRange(bench.encoder), sceSuccess);
-  EXPECT_EQ(bench.encoder.ATRString(), "3B 81 80 01 80 80");
-  EXPECT_EQ(bench.pcsc->Count(PcscCall::Status), 1U);
+  EXPECT_EQ(bench.pcsc->OpenContexts(), 0U);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "component/encoder.h"
+#include "tests/support/scripted_encoder.h"
 
 namespace lumivex::test {
 
@@ -15,11 +16,6 @@ inline std::string Bytes(int n, int first = 0) {
   std::string hex;
   for (int i = first; i < first + n; ++i) hex.append({kDigits[(i >> 4) & 15], kDigits[i & 15]});
   return hex;
-}
-
-inline std::string Compact(std::string text) {
-  std::erase(text, ' ');
-  return text;
 }
 
 // A failed operation: its error number and, when given, the reader's answer it recorded.

@@ -7,17 +7,14 @@
 
 #include "component/encoder.h"
 #include "component/error_codes.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
 namespace {
 
-using Peer = EncoderTestPeer;
-
 constexpr const char* kKey = "0000000000000000";
 
-enum class Level { Root, App, NotAuthenticated };
+enum class Level { Root, App };
 
 using enum Level;
 
@@ -32,7 +29,8 @@ struct Case {
 const Case kCases[] = {
     // Selection: identifier, key number, key digits, key length.
     {[](Encoder& e) { return e.DESFireSelectApplication("GG0000", 14, "zz"); }, "DESFireSelectApplication", err::kIncorrectAppId, Root},
-    {[](Encoder& e) { return e.DESFireSelectApplication("A1B2C3", 14, "zz"); }, "DESFireSelectApplication", err::kBadKeyNumber, Root},
+    {[](Encoder& e) { return e.DESFireSelectApplication("A1\tB2C3", 14, "zz"); }, "DESFireSelectApplication", err::kIncorrectAppId, Root},
+    {[](Encoder& e) { return e.DESFireSelectApplication(" a1 b2 c3 ", 14, "zz"); }, "DESFireSelectApplication", err::kBadKeyNumber, Root},
     {[](Encoder& e) { return e.DESFireSelectApplication("A1B2C3", 13, "0G"); }, "DESFireSelectApplication", err::kInvalidKey, Root},
     {[](Encoder& e) { return e.DESFireSelectApplication("A1B2C3", 0, ""); }, "DESFireSelectApplication", err::kBadKeyLength, Root},
     // Card and applications: root level, identifier, key settings, key count.
@@ -41,13 +39,12 @@ const Case kCases[] = {
     {[](Encoder& e) { return e.DESFireCreateApplication("00 00 00", dfkApplDefault, 0); }, "DESFireCreateApplication", err::kIncorrectAppId, Root},
     {[](Encoder& e) { return e.DESFireCreateApplication("A1B2C3", dfkApplDefault, 0); }, "DESFireCreateApplication", err::kInvalidParameter, Root},
     {[](Encoder& e) { return e.DESFireDeleteApplication("000000"); }, "DESFireDeleteApplication", err::kIncorrectAppId, App},
-    // Keys: authentication, key number (0 only at root), key lengths, settings.
-    {[](Encoder& e) { return e.DESFireChangeKey(14, "", ""); }, "DESFireChangeKey", err::kNotAuthenticated, NotAuthenticated},
+    // Keys: key number (0 only at root), key lengths, settings.
     {[](Encoder& e) { return e.DESFireChangeKey(1, kKey, kKey); }, "DESFireChangeKey", err::kBadKeyNumber, Root},
     {[](Encoder& e) { return e.DESFireChangeKey(14, "", ""); }, "DESFireChangeKey", err::kBadKeyNumber, App},
     {[](Encoder& e) { return e.DESFireChangeKey(13, kKey, std::string(31, '0')); }, "DESFireChangeKey", err::kBadKeyLength, App},
     {[](Encoder& e) { return e.DESFireChangeKeySettings(DesfireKeySettings(256)); }, "DESFireChangeKeySettings", err::kInvalidParameter, App},
-    // Files: authentication, file number, communication settings, rights, kind-specific values.
+    // Files: file number, communication settings, rights, kind-specific values.
     {[](Encoder& e) { return e.DESFireCreateStdDataFile(16, 2, 0, 0, 0, 0, 0); }, "DESFireCreateStdDataFile", err::kInvalidFileNumber, App},
     {[](Encoder& e) { return e.DESFireCreateStdDataFile(15, 2, 16, 0, 0, 0, 0); }, "DESFireCreateStdDataFile", err::kInvalidCommSettings, App},
     {[](Encoder& e) { return e.DESFireCreateStdDataFile(0, 3, 15, 15, 15, -1, 0); }, "DESFireCreateStdDataFile", err::kBadKeyNumber, App},
@@ -65,11 +62,10 @@ const Case kCases[] = {
     {[](Encoder& e) { return e.DESFireWriteData(15, 16777216, -1, "00", true); }, "DESFireWriteData", err::kInvalidOffset, App},
     {[](Encoder& e) { std::string d; return e.DESFireReadData(0, 16777215, 16777216, d, true); }, "DESFireReadData", err::kInvalidLength, App},
     {[](Encoder& e) { return e.DESFireWriteRecord(0, -1, 0, "00", true); }, "DESFireWriteRecord", err::kInvalidOffset, App},
-    {[](Encoder& e) { std::string d; return e.DESFireReadRecords(16, 0, 0, d, true); }, "DESFireReadRecords", err::kNotAuthenticated, NotAuthenticated},
+    {[](Encoder& e) { std::string d; return e.DESFireReadRecords(16, 0, 0, d, true); }, "DESFireReadRecords", err::kInvalidFileNumber, App},
     // Values: file number 0..7, amount.
     {[](Encoder& e) { return e.DESFireDebit(8, -1); }, "DESFireDebit", err::kInvalidFileNumber, App},
     {[](Encoder& e) { return e.DESFireDebit(7, -1); }, "DESFireDebit", err::kInvalidAmount, App},
-    {[](Encoder& e) { return e.DESFireCommitTransaction(); }, "DESFireCommitTransaction", err::kNotAuthenticated, NotAuthenticated},
 };
 // clang-format on
 
@@ -80,8 +76,7 @@ TEST_P(DesfireValidation, FailsWithItsNumberBeforeSending) {
   test::ScriptedEncoder bench;
   bench.Open();
   Encoder& e = bench.encoder;
-  Peer::ApplicationId(e) = c.level == Level::Root ? "000000" : "A1B2C3";
-  Peer::KeyNumber(e) = c.level == Level::NotAuthenticated ? -1 : 0;
+  bench.Authenticate(c.level == Level::Root ? "000000" : "A1B2C3", 0, kKey);
   EXPECT_EQ(c.call(e), sceError) << c.function;
   EXPECT_EQ(e.LastError().Number(), c.number) << e.LastError().Description();
   EXPECT_EQ(e.LastError().ComFunction(), c.function);

@@ -6,19 +6,7 @@
 namespace desfire_test {
 namespace {
 
-const Bytes kZero(16, 0);
-const Bytes kAid = Hex("A1B2C3");
-
-// A fresh card with one application of three keys, selected.
-class DesfireCardFiles : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 3})).sw, 0x9100);
-    ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
-  }
-  int Send(std::uint8_t command, std::string_view hex) { return r.Run(command, Hex(hex)).sw; }
-  Reader r;
-};
+using DesfireCardFiles = InApplication;
 
 TEST_F(DesfireCardFiles, FileSettingsAnswerAsCreated) {
   const std::tuple<std::uint8_t, const char*, const char*> cases[] = {

@@ -7,21 +7,13 @@
 namespace desfire_test {
 namespace {
 
-const Bytes kZero(16, 0);
-const Bytes kAid = Hex("A1B2C3");
-
 Bytes Le32(std::int32_t v) {
   const auto u = std::uint32_t(v);
   return {std::uint8_t(u), std::uint8_t(u >> 8), std::uint8_t(u >> 16), std::uint8_t(u >> 24)};
 }
 
-// A fresh card with one application of two keys, selected.
-class DesfireCardTransactions : public testing::Test {
+class DesfireCardTransactions : public InApplication {
  protected:
-  void SetUp() override {
-    ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 2})).sw, 0x9100);
-    ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
-  }
   Bytes Records(std::uint8_t file, std::uint8_t offset = 0, std::uint8_t count = 0) {
     Answer a = r.Run(0xBB, {file, offset, 0, 0, count, 0, 0});
     return a.sw == 0x9100 ? a.data : Bytes{std::uint8_t(a.sw >> 8), std::uint8_t(a.sw)};
@@ -29,7 +21,6 @@ class DesfireCardTransactions : public testing::Test {
   int WriteRecord(std::uint8_t file, std::uint8_t offset, const Bytes& data) {
     return r.Run(0x3B, Cat({file, offset, 0, 0, std::uint8_t(data.size()), 0, 0}, data)).sw;
   }
-  Reader r;
 };
 
 TEST_F(DesfireCardTransactions, LimitedCreditReturnsOnlyTheLastCommittedDebits) {
@@ -107,20 +98,6 @@ TEST(DesfireCard, CardLevelErrors) {
   EXPECT_EQ(r.Run(0xCA, {2, 0, 0, 0x0F, 1}).sw, 0x91CE);
   EXPECT_EQ(r.Run(0x6A).data.size(), 84u);
   EXPECT_EQ(r.Frame(0x6A).data.size(), 57u);  // 19 identifiers a frame
-}
-
-TEST(DesfireCard, StorageRunsOutAndFormatGivesItBack) {
-  Reader r({.storageCode = 0x10});  // 256 bytes
-  ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 1})).sw, 0x9100);
-  ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
-  EXPECT_EQ(r.Run(0xCD, Hex("01 00 EE EE A0 00 00")).sw, 0x9100);
-  EXPECT_EQ(r.Run(0xCB, Hex("02 00 EE EE 20 00 00")).sw, 0x910E);  // backup files take twice
-  EXPECT_EQ(r.Run(0xDF, {1}).sw, 0x9100);
-  EXPECT_EQ(r.Run(0xCD, Hex("02 00 EE EE 40 00 00")).sw, 0x910E);  // deleting frees nothing
-  ASSERT_EQ(r.Run(0x5A, Hex("000000")).sw, 0x9100);
-  ASSERT_EQ(r.Authenticate(0, kZero), 0x9100);
-  ASSERT_EQ(r.Run(0xFC).sw, 0x9100);
-  EXPECT_EQ(r.Run(0x6E).data, Hex("00 01 00"));
 }
 
 }  // namespace

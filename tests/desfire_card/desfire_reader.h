@@ -5,6 +5,8 @@
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include <openssl/des.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -17,14 +19,11 @@ namespace desfire_test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline Bytes Hex(std::string_view text) {
+inline Bytes Hex(std::string text) {
+  std::erase(text, ' ');
   Bytes out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == ' ') continue;
-    out.push_back(
-        static_cast<std::uint8_t>(std::stoi(std::string(text.substr(i, 2)), nullptr, 16)));
-    ++i;
-  }
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2)
+    out.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
   return out;
 }
 
@@ -160,6 +159,20 @@ class Reader {
   std::shared_ptr<lumivex::sim::SimCard> card;
   Bytes session;
   int authenticatedKey = -1;
+};
+
+inline const Bytes kZero(16, 0);  // the factory key
+inline const Bytes kAid = Hex("A1B2C3");
+
+// A fresh card with application A1B2C3 (default settings, three keys) created and selected.
+class InApplication : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 3})).sw, 0x9100);
+    ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
+  }
+  int Send(std::uint8_t command, const std::string& hex) { return r.Run(command, Hex(hex)).sw; }
+  Reader r;
 };
 
 }  // namespace desfire_test

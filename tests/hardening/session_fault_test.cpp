@@ -49,17 +49,16 @@ TEST(SessionFaults, AreRecordedAndLeaveTheEncoderUsable) {
     EXPECT_EQ(bench.encoder.ReadSerialNumber(serial), sceError) << fault.what;
     EXPECT_EQ(serial, "") << fault.what;
     const CError& record = bench.encoder.LastError();
-    if (thrown) {
-      EXPECT_EQ(record.Number(), 6) << fault.what;
-      EXPECT_EQ(record.Description(), "The handle is invalid") << fault.what;
-    } else {
-      EXPECT_EQ(record.Number(), connect ? err::kCannotConnect : err::kCommandFailed) << fault.what;
-      EXPECT_EQ(record.Description(), connect ? "Cannot open encoder" : "Encoder command failed")
-          << fault.what;
-      EXPECT_EQ(record.RdrRetCode(), SCardErrorText(static_cast<std::int32_t>(fault.code)))
-          << fault.what;
-    }
-    EXPECT_EQ(record.ComFunction(), "ReadSerialNumber") << fault.what;
+    const auto [number, description, retCode] =
+        thrown ? std::make_tuple(6, "The handle is invalid", connect ? "" : "OK (SCARD_S_SUCCESS)")
+        : connect ? std::make_tuple(err::kCannotConnect, "Cannot open encoder", "")
+                  : std::make_tuple(err::kCommandFailed, "Encoder command failed", "");
+    EXPECT_EQ(std::make_tuple(record.Number(), record.Description(), record.ComFunction()),
+              std::make_tuple(number, description, "ReadSerialNumber"))
+        << fault.what;
+    EXPECT_EQ(record.RdrRetCode(),
+              thrown ? retCode : SCardErrorText(static_cast<std::int32_t>(fault.code)))
+        << fault.what;
 
     // The next operation either works at once or, with the session lost, finds the Encoder
     // closed without touching the reader; reopening brings it back.

@@ -9,8 +9,7 @@
 #include "component/encoder.h"
 #include "component/error_codes.h"
 #include "sim/mifare/mifare_classic_card.h"
-#include "sim/simulated_pcsc.h"
-#include "tests/support/virtual_host.h"
+#include "tests/support/simulated_encoder.h"
 
 namespace lumivex {
 namespace {
@@ -20,12 +19,11 @@ const std::string kKeyA = "A0A1A2A3A4A5";
 const std::string kKeyB = "B0B1B2B3B4B5";
 const std::string kBadLevels = "Invalid security information in parameters";
 
-struct Station {
-  explicit Station(sim::MifareClassicOptions options = {}) {
-    pcsc->InsertCard(sim::MakeMifareClassic(options));
-    encoder.Parameters(std::string("Device=") + sim::SimulatedPcsc::kDefaultReaderName);
+struct Station : test::SimulatedEncoder {
+  explicit Station(sim::MifareClassicOptions options = {})
+      : SimulatedEncoder(sim::MakeMifareClassic(options)) {
     EXPECT_EQ(encoder.OpenEncoder(0), sceSuccess);
-    encoder.SetTraceSink([this](std::string_view line) { trace.emplace_back(line); });
+    trace.clear();
   }
   std::string Read(std::int32_t bloc, const std::string& key = kFactoryKey) {
     std::string contents;
@@ -54,10 +52,6 @@ struct Station {
     EXPECT_EQ(trace.front() + " " + trace.back(), "--> " + function + " <-- " + function);
     trace.clear();
   }
-
-  std::shared_ptr<sim::SimulatedPcsc> pcsc = std::make_shared<sim::SimulatedPcsc>();
-  std::vector<std::string> trace;  // outlives the encoder, which traces its closing
-  Encoder encoder{Platform{pcsc, std::make_shared<test::VirtualHost>(), nullptr}};
 };
 
 TEST(MifareCard, BlocksValueBlocksAndTheManufacturerBlockRoundTrip) {

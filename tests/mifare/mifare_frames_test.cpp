@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "component/error_codes.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 
 namespace lumivex {
@@ -10,20 +9,12 @@ namespace {
 
 const std::string kData = "00112233445566778899AABBCCDDEEFF";
 
-class MifareFrames : public testing::Test {
- protected:
-  void SetUp() override { bench.Open(); }
-  // The failed operation's error; every scripted frame has been sent.
-  void ExpectFailure(std::int32_t number, const std::string& function, const std::string& sw) {
-    const CError& e = bench.encoder.LastError();
-    EXPECT_EQ(std::make_tuple(e.Number(), e.ComFunction(), e.RdrRetCode()),
-              std::tie(number, function, sw));
-    EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
-  }
+// The frames carry the key as the reader wants it and the block's low byte; the key type never
+// changes a frame. An accepted read without a whole block is a read error for an operation that
+// builds on it.
+TEST(MifareFrames, CarryTheKeyAndTheBlocksLowByteWhateverTheKeyType) {
   test::ScriptedEncoder bench;
-};
-
-TEST_F(MifareFrames, KeyTypeNeverChangesAFrameAndTheBlockByteKeepsItsLowByte) {
+  bench.Open();
   for (const std::uint8_t keyType : {0, 1, 2, 200}) {
     bench.pcsc->Expect("FF F3 00 00 06 A0A1A2A3A4A5 10", kData + "9000");
     bench.pcsc->Expect("FF F4 00 FF 16" + kData + "A0A1A2A3A4A5", "9000");
@@ -35,31 +26,12 @@ TEST_F(MifareFrames, KeyTypeNeverChangesAFrameAndTheBlockByteKeepsItsLowByte) {
     EXPECT_EQ(bench.pcsc->PendingFrames(), 0U);
   }
   for (const auto& line : bench.trace) EXPECT_EQ(line.find("A0A1A2A3A4A5"), std::string::npos);
-}
-
-TEST_F(MifareFrames, AuthenticationLoadsTheKeyThenNamesTheBlockInDecimal) {
-  bench.pcsc->Expect("FF 82 00 00 06 FFFFFFFFFFFF", "9000");
-  bench.pcsc->Expect("FF 86 00 00 05 01 00 12 00 00", "9000");
-  bench.pcsc->Expect("FF 82 00 10 06 FFFFFFFFFFFF", "6300");
-  EXPECT_EQ(EncoderTestPeer::MifareAuthenticate(bench.encoder, 1, 12, "FFFFFFFFFFFF"), sceSuccess);
-  EXPECT_EQ(EncoderTestPeer::MifareAuthenticate(bench.encoder, 2, 12, "FFFFFFFFFFFF"), sceError);
-  ExpectFailure(err::kCommandFailed, "MifareAuthenticate", "6300");
-  EXPECT_EQ(bench.encoder.LastError().RdrCommand(), "EncoderCommand:SCardTransmit:LoadKey");
-}
-
-// A key that does not convert travels as given and the reader judges it; an accepted read without
-// a whole block is a read error.
-TEST_F(MifareFrames, UnconvertedKeysAndShortReads) {
-  EXPECT_EQ(EncoderTestPeer::NormaliseMifareKey(bench.encoder, "GG 12"), "GG 12");
-  bench.pcsc->Expect("FF F3 00 04 06 0ABC 10", "6700");
-  std::string contents = "was";
-  EXPECT_EQ(bench.encoder.MifareReadDataBloc(4, "abc", 1, contents), sceError);
-  ExpectFailure(err::kCommandFailed, "MifareReadDataBloc", "6700");
-  EXPECT_EQ(contents, "");
   bench.pcsc->Expect("FF F3 00 04 06 FFFFFFFFFFFF 10", "0102 9000");
-  contents = "77";
+  std::string contents = "77";
   EXPECT_EQ(bench.encoder.MifareWriteBytesInBloc(4, "FFFFFFFFFFFF", 1, 0, 0, contents), sceError);
-  ExpectFailure(err::kReadError, "MifareWriteBytesInBloc", "");
+  EXPECT_EQ(test::Record(bench.encoder),
+            std::make_tuple(err::kReadError, "Read error on encoder", "MifareWriteBytesInBloc",
+                            "MifareReadDataBloc", ""));
   EXPECT_EQ(contents, "");
 }
 

@@ -12,25 +12,6 @@
 namespace lumivex {
 namespace {
 
-TEST(DefaultPlatform, BindsPcscLiteAndTheSystemClock) {
-  const Platform platform = DefaultPlatform();
-  EXPECT_NE(dynamic_cast<PcscLiteApi*>(platform.pcsc.get()), nullptr);
-  EXPECT_NE(dynamic_cast<SystemHost*>(platform.host.get()), nullptr);
-}
-
-// Runs with or without a daemon: without one the library says the service is not running.
-TEST(PcscLiteApi, EstablishesAContextOrReportsNoService) {
-  PcscLiteApi api;
-  PcscContext context = 0;
-  const PcscLong result = api.EstablishContext(scard::SCOPE_SYSTEM, &context);
-  const std::uint32_t code = ScardCode(result);
-  ASSERT_TRUE(code == scard::S_SUCCESS || code == scard::E_NO_SERVICE) << std::hex << code;
-  if (code == scard::E_NO_SERVICE) return;
-  EXPECT_EQ(ScardCode(api.ReleaseContext(context)), scard::S_SUCCESS);
-  // Released once, the handle is no longer valid.
-  EXPECT_EQ(ScardCode(api.ReleaseContext(context)), scard::E_INVALID_HANDLE);
-}
-
 TEST(PcscLiteApi, RefusesBadHandlesAndAnAutomaticLengthWithABuffer) {
   PcscLiteApi api;
   EXPECT_EQ(ScardCode(api.ReleaseContext(0x1234567)), scard::E_INVALID_HANDLE);
@@ -40,18 +21,14 @@ TEST(PcscLiteApi, RefusesBadHandlesAndAnAutomaticLengthWithABuffer) {
   EXPECT_EQ(ScardCode(api.Disconnect(0x1234567, scard::LEAVE_CARD)), scard::E_INVALID_HANDLE);
 }
 
-TEST(SystemHost, DrawsRepeatableNumbersInTheUnitInterval) {
+// The uniform numbers (GetInformation's, never key material) stay in [0, 1).
+TEST(SystemHost, DrawsNumbersInTheUnitInterval) {
   SystemHost host;
   host.Randomize(7);
-  std::vector<double> first;
   for (int i = 0; i < 1000; ++i) {
     const double x = host.Random();
-    ASSERT_GE(x, 0.0);
-    ASSERT_LT(x, 1.0);
-    first.push_back(x);
+    ASSERT_TRUE(x >= 0.0 && x < 1.0) << x;
   }
-  host.Randomize(7);
-  for (const double x : first) ASSERT_EQ(host.Random(), x);
 }
 
 // The cryptographic bytes come from the system, not from the seeded generator: reseeding does not

@@ -1,86 +1,71 @@
-#include "component/card_identification.h"
-
-#include "component/mregistry.h"
-#include "platform/text/windows_1252_code_page.h"
+// The card under the antenna identified from its ATR when the encoder opens, against the host's
+// card list in the registry ("type;piece of the ATR;serial-number length", hexadecimal).
+#include "platform/posix/registry_file_store.h"
 #include "tests/registry/temp_registry.h"
-#include "tests/support/virtual_host.h"
+#include "tests/support/scripted_encoder.h"
 
 namespace lumivex::test {
 namespace {
 
-constexpr const char* kCards = R"(Software\Pellworth Systems\Badgeline\7.0\Contactless\Card types)";
+constexpr const char* kHeader =
+    "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\Software\\Pellworth "
+    "Systems\\Badgeline\\7.0\\Contactless\\Card types]\n";
 constexpr const char* kMifare1K = "3B 8F 80 01 80 4F 0C A0 00 00 03 06 03 00 01 00 00 00 00 6A";
 
 class CardIdentificationTest : public TempRegistry {
  protected:
-  void List(const std::vector<std::pair<std::string, Variant>>& values) {
-    for (const auto& [name, value] : values)
-      ASSERT_EQ(module_.WriteValue(reg::LOCAL_MACHINE, kCards, name, value), 0);
+  // The list: one line per value, in order.
+  void List(const std::vector<std::string>& values) {
+    std::string text = kHeader;
+    for (const std::string& value : values) text += value + "\n";
+    WriteFileText(text);
   }
-  std::vector<std::string> Names() {
-    std::vector<std::string> names;
-    module_.GetValueNames(reg::LOCAL_MACHINE, kCards, names);
-    return names;
+  std::pair<std::int32_t, std::int32_t> Identify(const std::string& atr) {
+    ScriptedEncoder bench(std::make_shared<RegistryFileStore>());
+    bench.host->SetLocalNow(now);
+    bench.pcsc->SetAtr(atr);
+    EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);
+    return {bench.encoder.CardType(), bench.encoder.SerialNumberLength()};
   }
-  CardIdentification Identify(const std::string& atr, std::int32_t previous = -1) {
-    return IdentifyCard(atr, previous, &store_, host_, codePage_);
-  }
-
-  RegistryFileStore store_;
-  Windows1252CodePage codePage_;
-  MRegistry module_{store_, codePage_};
-  VirtualHost host_;
+  LocalDateTime now{2026, 11, 21, 9, 30, 0};
 };
 
 TEST_F(CardIdentificationTest, TheFirstMatchingEntryGivesTypeAndSerialLength) {
-  struct Case {
-    std::vector<std::string> entries;
-    CardIdentification expected;
+  const std::vector<std::pair<std::vector<std::string>, std::pair<int, int>>> cases = {
+      {{R"("A"="11;3B 8F 80 01;04")"}, {17, 4}},
+      {{R"("A"="11;3b 8f 80 01;0a")"}, {17, 10}},                // entries may be in lower case
+      {{R"("A"="11;3B8F8001;04")"}, {1, -1}},                    // the ATR has blanks between bytes
+      {{R"("A"="11;;04")", R"("B"="31;8F 80;07")"}, {0x31, 7}},  // an empty piece never matches
+      {{R"("A"="12;03 06;04")", R"("B"="11;3B 8F;07")"}, {18, 4}},  // the first match wins
+      {{R"("A"="41;3B;xx")"}, {0x41, 0}},                           // a length that is no number
+      {{R"("A"="11;3B 8F")", R"("B"="11;3B 8F;04;00")"}, {1, -1}},  // two or four fields: ignored
+      {{R"("A"="Sans ATR")", R"("B"="11;00 FF;04")"}, {1, -1}},
   };
-  const std::vector<Case> cases = {
-      {{"11;3B 8F 80 01;04"}, {17, 4}},
-      {{"11;3b 8f 80 01;0a"}, {17, 10}},          // entries may be in lower case
-      {{"11;3B8F8001;04"}, {1, 7}},               // the ATR has blanks between bytes
-      {{"11;;04", "31;8F 80;07"}, {0x31, 7}},     // an empty piece never matches
-      {{"12;03 06;04", "11;3B 8F;07"}, {18, 4}},  // the first match wins
-      {{"41;3B;xx"}, {0x41, 0}},                  // a length that is no number
-      {{"11;3B 8F", "11;3B 8F;04;00"}, {1, 7}},   // two or four fields: ignored
-      {{"Sans ATR", "11;00 FF;04"}, {1, 7}},      // no match keeps the previous length
-  };
-  for (const Case& c : cases) {
-    ::unlink(file_.c_str());
-    for (std::size_t i = 0; i < c.entries.size(); ++i)
-      List({{"Card " + std::to_string(i), Variant::FromText(c.entries[i])}});
-    const CardIdentification id = Identify(kMifare1K, 7);
-    EXPECT_EQ(id.cardType, c.expected.cardType) << c.entries[0];
-    EXPECT_EQ(id.serialNumberLength, c.expected.serialNumberLength) << c.entries[0];
+  for (const auto& [entries, expected] : cases) {
+    List(entries);
+    EXPECT_EQ(Identify(kMifare1K), expected) << entries[0];
   }
-  const CardIdentification cleared = Identify("", 4);
-  EXPECT_EQ(cleared.cardType, 1);
-  EXPECT_EQ(cleared.serialNumberLength, -1);
 }
 
 TEST_F(CardIdentificationTest, UnknownCardsAreAddedOnceAndOnlyWhenTheListAsksForIt) {
-  for (const Variant& add :
-       {Variant::FromInt32(0), Variant::FromText("no"), Variant::FromInt32(1)}) {
-    List({{"Add new cards", add}, {"Mifare 1K", Variant::FromText("11;3B 8F;04")}});
-    EXPECT_EQ(Identify("3B 81 80 01 80 80").cardType, 1);
-    EXPECT_EQ(Identify(kMifare1K).cardType, 17);  // known cards are never added
-    EXPECT_EQ(Names().size(), add.ToInt32() == 1 ? 3u : 2u) << static_cast<int>(add.kind());
+  const std::string known = R"("Mifare 1K"="11;3B 8F;04")";
+  for (const char* add : {"dword:00000000", "\"no\"", "dword:00000001"}) {
+    List({std::string("\"Add new cards\"=") + add, known});
+    EXPECT_EQ(Identify("3B 81 80 01 80 80").first, 1);
+    EXPECT_EQ(Identify(kMifare1K).first, 17);  // known cards are never added
+    const bool added = ReadFileText().find("Unknown") != std::string::npos;
+    EXPECT_EQ(added, std::string(add) == "dword:00000001") << add;
   }
-  host_.SetLocalNow({2026, 11, 21, 9, 45, 7});
   Identify("3B 81 80 01 80 80");  // already listed: not added again
+  now = {2026, 11, 21, 9, 45, 7};
   Identify("3B 8A 80 01 00 31 C1 73 C8 40 00 00 90 00 90");
-  EXPECT_EQ(Names(),
-            (std::vector<std::string>{"Add new cards", "Mifare 1K", "Unknown (2026-11-21 09:30:00)",
-                                      "Unknown (2026-11-21 09:45:07)"}));
-  EXPECT_EQ(module_.ReadValue(reg::LOCAL_MACHINE, kCards, "Unknown (2026-11-21 09:30:00)", {}),
-            Variant::FromText("3B 81 80 01 80 80"));
-  EXPECT_EQ(IdentifyCard(kMifare1K, 5, nullptr, host_, codePage_).serialNumberLength,
-            5);  // no list at all
+  EXPECT_EQ(ReadFileText(), std::string(kHeader) + "\"Add new cards\"=dword:00000001\n" + known +
+                                "\n\"Unknown (2026-11-21 09:30:00)\"=\"3B 81 80 01 80 80\"\n"
+                                "\"Unknown (2026-11-21 09:45:07)\"=\"3B 8A 80 01 00 31 C1 73 C8 "
+                                "40 00 00 90 00 90\"\n\n");
   const std::string malformed = "Windows Registry Editor Version 5.00\n[HKEY_LOCAL_MACHINE\\Soft";
   WriteFileText(malformed);
-  EXPECT_EQ(Identify(kMifare1K).cardType, 1);  // silent: unknown card, file left alone
+  EXPECT_EQ(Identify(kMifare1K), std::make_pair(1, -1));  // silent: unknown card, file left alone
   EXPECT_EQ(ReadFileText(), malformed);
 }
 

@@ -55,15 +55,7 @@ TEST(MifareClassic, FactoryStateAndKeyReadBack) {
   EXPECT_EQ(card.Read(1, kFactoryKey), kData + "9000") << "memory survives the field";
 }
 
-TEST(MifareClassic, AccessBytesCarryEachBitTwice) {
-  EXPECT_EQ(Hex(EncodeAccessBytes({3, 4, 6, 5})), "A1E695") << "C1=1110 C2=0101 C3=1001";
-  auto bytes = EncodeAccessBytes({1, 6, 0, 3});
-  EXPECT_EQ(DecodeAccessBytes(bytes), (Conditions{1, 6, 0, 3}));
-  bytes[1] ^= 0x01;  // an inverted copy of C3 no longer matches
-  EXPECT_FALSE(DecodeAccessBytes(bytes).has_value());
-}
-
-// The data sheet's data-block table: which keys may read and write ("AB", "B", "").
+// The card's data-block access table: which keys may read and write ("AB", "B", "").
 TEST(MifareClassic, DataBlockConditions) {
   const struct {
     std::uint8_t condition;

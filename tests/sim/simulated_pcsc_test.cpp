@@ -5,7 +5,6 @@
 
 #include "sim/mifare/mifare_classic_card.h"
 #include "sim/simulated_pcsc.h"
-#include "sim/vpcd_client.h"
 #include "tests/sim/apdu_text.h"
 
 namespace lumivex::sim::test {
@@ -75,30 +74,6 @@ TEST_F(SimulatedPcscTest, RemovalMidSessionInvalidatesOldHandles) {
   EXPECT_EQ(Send(fresh, "FFCA000000"), "010203049000");
 }
 
-TEST_F(SimulatedPcscTest, ReconnectRules) {
-  PcscDword protocol = 0;
-  const auto reconnect = [&](PcscHandle card, PcscDword share, PcscDword initialization) {
-    return pcsc_.Reconnect(card, share, PROTOCOL_T0, initialization, &protocol);
-  };
-  // Authenticated, so that a power cycle shows as a refused read.
-  ASSERT_EQ(Send(card_, "FF82001006FFFFFFFFFFFF"), "9000");
-  ASSERT_EQ(Send(card_, "FF860000050100006010"), "9000");
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, LEAVE_CARD), kOk);
-  EXPECT_EQ(Sw(Send(card_, "FFB0000010")), "9000") << "the card left as it was";
-  PcscHandle other = 0;
-  EXPECT_EQ(Connect(&other, SHARE_SHARED), kOk) << "the connection is shared now";
-  EXPECT_EQ(reconnect(card_, SHARE_EXCLUSIVE, LEAVE_CARD), R(E_SHARING_VIOLATION));
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, RESET_CARD), kOk);
-  EXPECT_EQ(Sw(Send(card_, "FFB0000010")), "6982") << "the reset took the authentication";
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, 3 /* eject */), R(E_INVALID_VALUE));
-  EXPECT_EQ(reconnect(card_ + 99, SHARE_SHARED, LEAVE_CARD), R(E_INVALID_HANDLE));
-  pcsc_.RemoveCard();
-  EXPECT_EQ(reconnect(card_, SHARE_SHARED, LEAVE_CARD), R(W_REMOVED_CARD));
-  pcsc_.InsertCard(MakeMifareClassic({false, {1, 2, 3, 4}}));
-  EXPECT_EQ(reconnect(card_, SHARE_EXCLUSIVE, LEAVE_CARD), kOk) << "the other handle is stale";
-  EXPECT_EQ(Send(card_, "FFCA000000"), "010203049000") << "attached to the new card";
-}
-
 TEST_F(SimulatedPcscTest, StatusAndAttributes) {
   std::string name;
   PcscDword protocol = 0;
@@ -138,42 +113,6 @@ TEST_F(SimulatedPcscTest, TransmitChecks) {
   const std::uint8_t getUid[] = {0xFF, 0xCA, 0, 0, 0};
   EXPECT_EQ(pcsc_.Transmit(card_, &t1, getUid, 5, nullptr, buffer, &length), R(E_PROTO_MISMATCH));
   EXPECT_EQ(pcsc_.transmitCount(), 2U);
-}
-
-TEST_F(SimulatedPcscTest, FaultModes) {
-  pcsc_.reader().SetFault(Fault::Mute);
-  EXPECT_EQ(Send(card_, "FFCA000000"), "error 80100066");
-  pcsc_.reader().SetFault(Fault::Endless91AF);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(Sw(Send(card_, "90AF000000")), "91AF");
-
-  const auto garbage = [](std::uint64_t seed) {
-    SimulatedReader reader(seed);
-    reader.InsertCard(MakeMifareClassic());
-    reader.SetFault(Fault::Garbage);
-    return reader.Transmit(Bytes("FFCA000000")).response;
-  };
-  EXPECT_EQ(garbage(7), garbage(7)) << "reproducible from the seed";
-  EXPECT_NE(garbage(7), garbage(8));
-
-  pcsc_.reader().SetFault(Fault::RemoveAfter, 1);
-  EXPECT_EQ(Send(card_, "FFCA000000"), "123456789000");
-  EXPECT_EQ(Send(card_, "FFCA000000"), "error 80100069");
-}
-
-// The messages of the vpcd driver and their answers; the link itself is exercised by the pcsc tier.
-TEST(VpcdClient, AnswersControlsAndCommands) {
-  SimulatedReader reader;
-  reader.InsertCard(MakeMifareClassic());
-  VpcdClient client(reader, "127.0.0.1", 1);
-  EXPECT_EQ(Hex(*client.Answer(Bytes("04"))), "3B8F8001804F0CA000000306030001000000006A");
-  for (const char* control : {"00", "01", "02"}) EXPECT_FALSE(client.Answer(Bytes(control)));
-  EXPECT_EQ(Hex(*client.Answer(Bytes("FFCA000000"))), "123456789000");
-  // An empty command still gets an answer, or the driver would wait for it forever.
-  EXPECT_EQ(Hex(*client.Answer({})), "6700");
-  reader.SetFault(Fault::Mute);
-  EXPECT_EQ(client.Answer(Bytes("FFCA000000")), std::vector<std::uint8_t>{}) << "no answer";
-  reader.SetFault(Fault::RemoveAfter, 0);
-  EXPECT_EQ(client.Answer(Bytes("FFCA000000")), std::vector<std::uint8_t>{}) << "card gone";
 }
 
 }  // namespace

@@ -39,4 +39,12 @@ class VirtualHost : public Host {
   std::uniform_real_distribution<double> uniform_{0.0, 1.0};
 };
 
+// Virtual time whose cryptographic bytes are 00 11 22 ... 77 (the RndA of every authentication).
+struct FixedRandomHost : VirtualHost {
+  bool FillRandom(std::span<std::uint8_t> bytes) override {
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(0x11 * i);
+    return true;
+  }
+};
+
 }  // namespace lumivex::test

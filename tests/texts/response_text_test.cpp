@@ -15,8 +15,8 @@ TEST(GetResponseText, GivesTheStatusWordTextAndTouchesNothingElse) {
   bench.pcsc->Expect("FFCA000000", "6A82");
   std::string response;
   ASSERT_EQ(bench.encoder.Escape("FFCA000000", response), sceError);
-  const CError before = bench.encoder.LastError();
-  ASSERT_NE(before.Number(), 0);
+  const auto before = test::Record(bench.encoder);
+  ASSERT_NE(std::get<0>(before), 0);
   bench.pcsc->ClearLog();
   bench.trace.clear();
 
@@ -27,12 +27,7 @@ TEST(GetResponseText, GivesTheStatusWordTextAndTouchesNothingElse) {
   EXPECT_EQ(bench.encoder.GetResponseText("9001"), "[Unknown]  Unknown retcode '9001'.");
   EXPECT_EQ(caller, "MyCaller");
 
-  const CError& after = bench.encoder.LastError();
-  EXPECT_EQ(after.Number(), before.Number());
-  EXPECT_EQ(after.Description(), before.Description());
-  EXPECT_EQ(after.ComFunction(), before.ComFunction());
-  EXPECT_EQ(after.RdrCommand(), before.RdrCommand());
-  EXPECT_EQ(after.RdrRetCode(), before.RdrRetCode());
+  EXPECT_EQ(test::Record(bench.encoder), before);
   EXPECT_TRUE(bench.trace.empty());
   EXPECT_TRUE(bench.pcsc->calls().empty());
 }

@@ -12,9 +12,9 @@
 
 #include "cli/terminal_configure_view.h"
 #include "component/error_codes.h"
+#include "component/texts.h"
 #include "sim/mifare/mifare_classic_card.h"
 #include "sim/simulated_pcsc.h"
-#include "tests/support/encoder_test_peer.h"
 #include "tests/support/scripted_encoder.h"
 #include "tests/support/virtual_host.h"
 #include "ui/configure_model.h"
@@ -90,10 +90,10 @@ TEST(ConfigureModel, SelectsTheCurrentSettingsAndHandsBackTheChoice) {
     std::size_t reader;  // selected entries
     std::size_t protocolEntry;
     const char* okDevice;  // what OK hands back
-  } cases[] = {{"B", 2, 2, 1, "B"},
-               {"A", 1, 1, 0, "A"},
-               {"<unknown>", 0, 0, 0, "-- Inconnu --"},
+    // clang-format off
+  } cases[] = {{"B", 2, 2, 1, "B"}, {"A", 1, 1, 0, "A"}, {"<unknown>", 0, 0, 0, "-- Inconnu --"},
                {" A", 3, 0, 0, "-- Inconnu --"}};
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.device);
     ConfigureModel model(Request(pcsc, c.device, c.protocol, "francais"));
@@ -113,20 +113,12 @@ TEST(ConfigureModel, SelectsTheCurrentSettingsAndHandsBackTheChoice) {
 }
 
 TEST(ConfigureModel, CaptionsByLanguage) {
-  const Names french = {"Configuration de l'encodeur Orbanet Lumivex",
-                        "&Encodeur :",
-                        "-- Inconnu --",
-                        "&Protocole :",
-                        "&Test encodeur...",
-                        "Annuler",
-                        "OK"};
-  const Names english = {"Orbanet Lumivex encoder Configuration",
-                         "&Encoder:",
-                         "-- Unknown --",
-                         "&Protocol:",
-                         "&Test settings...",
-                         "Cancel",
-                         "OK"};
+  // clang-format off
+  const Names french = {"Configuration de l'encodeur Orbanet Lumivex", "&Encodeur :", "-- Inconnu --",
+                        "&Protocole :", "&Test encodeur...", "Annuler", "OK"};
+  const Names english = {"Orbanet Lumivex encoder Configuration", "&Encoder:", "-- Unknown --",
+                         "&Protocol:", "&Test settings...", "Cancel", "OK"};
+  // clang-format on
   for (const auto& [language, expected] : std::vector<std::pair<const char*, Names>>{
            {"francais", french}, {"FRANCAIS", french}, {"", english}, {"français", english}}) {
     const auto pcsc = std::make_shared<ScriptedPcsc>();
@@ -149,19 +141,15 @@ struct FakeDialogs : Dialogs {
   }
 };
 
-// Number, Description, ComFunction and RdrCommand of the last-error record.
-auto Record(Encoder& e) {
-  const CError& r = e.LastError();
-  return std::make_tuple(r.Number(), r.Description(), r.ComFunction(), r.RdrCommand());
-}
-
 TEST(Configure, HandsTheEncodersContextToTheDialogAndTakesBackTheChoice) {
   auto dialogs = std::make_shared<FakeDialogs>();
   test::ScriptedEncoder bench(nullptr, dialogs);
   std::string testLog;
   dialogs->answer = [&](const ConfigureRequest& request) {
-    EXPECT_EQ(request.context, EncoderTestPeer::Context(bench.encoder));
-    EXPECT_EQ(bench.pcsc->OpenCards(), 0U);  // the encoder let its card go for the test
+    // The encoder's own context (the only one open), its card let go for the test.
+    EXPECT_NE(request.context, 0);
+    EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
+    EXPECT_EQ(bench.pcsc->OpenCards(), 0U);
     ConfigureModel model(request);
     ReaderTest test(model.Test(), nullptr);
     test.OnTimer();
@@ -175,7 +163,7 @@ TEST(Configure, HandsTheEncodersContextToTheDialogAndTakesBackTheChoice) {
     if (openFirst) bench.Open();
     bench.trace.clear();
     EXPECT_EQ(bench.encoder.Configure("francais"), sceSuccess);
-    EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
+    EXPECT_EQ(test::Record(bench.encoder), std::make_tuple(0, "", "Configure", "", ""));
     EXPECT_EQ(bench.trace.front(), "--> Configure");
     EXPECT_EQ(bench.trace.back(), "<-- Configure");
     EXPECT_NE(bench.encoder.Parameters().find("Device=Scripted Reader 0\r\nProtocol=2\r\n"),
@@ -196,34 +184,47 @@ TEST(Configure, CancelFailureAndMissingDialog) {
   test::ScriptedEncoder bench(nullptr, dialogs);
   const std::string before = bench.encoder.Parameters();
 
-  dialogs->answer = [](const ConfigureRequest&) { return ConfigureModel::Cancel(); };
-  bench.pcsc->SetCardPresent(false);  // an empty reader still opens
-  EXPECT_EQ(bench.encoder.Configure(""), sceCanceled);
-  EXPECT_EQ(Record(bench.encoder), std::make_tuple(0, "", "Configure", ""));
-  EXPECT_EQ(bench.encoder.Parameters(), before);
-  bench.encoder.CloseEncoder();
+  // A reader that is empty or unknown still opens, for the dialog to choose another.
+  PcscContext lent = 0;
+  dialogs->answer = [&](const ConfigureRequest& request) {
+    lent = request.context;
+    return ConfigureModel::Cancel();
+  };
+  for (const bool unknown : {false, true}) {
+    bench.pcsc->SetCardPresent(unknown);
+    bench.encoder.Parameters(unknown ? "Device=Elsewhere" : before);
+    const std::string chosen = bench.encoder.Parameters();
+    EXPECT_EQ(bench.encoder.Configure(""), sceCanceled);
+    EXPECT_EQ(test::Record(bench.encoder), std::make_tuple(0, "", "Configure", "", ""));
+    EXPECT_EQ(bench.encoder.Parameters(), chosen);
+    EXPECT_NE(lent, 0);
+    EXPECT_EQ(bench.pcsc->OpenContexts(), 1U);
+    bench.encoder.CloseEncoder();
+  }
+  bench.encoder.Parameters(before);
 
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
-  EXPECT_EQ(Record(bench.encoder),
+  EXPECT_EQ(test::Record(bench.encoder),
             std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "Configure",
-                            "OpenEncoder:SCardEstablishContext"));
-  EXPECT_EQ(dialogs->shown.size(), 1U);  // not shown again
+                            "OpenEncoder:SCardEstablishContext",
+                            SCardErrorText(static_cast<std::int32_t>(scard::E_NO_SERVICE))));
+  EXPECT_EQ(dialogs->shown.size(), 2U);  // not shown again
 
   dialogs->answer = [](const ConfigureRequest&) -> ConfigureAnswer {
     throw std::runtime_error("no display");
   };
   EXPECT_EQ(bench.encoder.Configure(""), sceError);
-  EXPECT_EQ(Record(bench.encoder),
+  EXPECT_EQ(test::Record(bench.encoder),
             std::make_tuple(err::kNoDialog, "The configuration dialog failed: no display",
-                            "Configure", ""));
+                            "Configure", "", ""));
   EXPECT_EQ(bench.encoder.Parameters(), before);
 
   test::ScriptedEncoder bare;  // no dialog binding at all: nothing is opened
   bare.pcsc->ClearLog();
   EXPECT_EQ(bare.encoder.Configure("francais"), sceError);
-  EXPECT_EQ(Record(bare.encoder),
-            std::make_tuple(err::kNoDialog, "No dialog can be shown", "Configure", ""));
+  EXPECT_EQ(test::Record(bare.encoder),
+            std::make_tuple(err::kNoDialog, "No dialog can be shown", "Configure", "", ""));
   EXPECT_TRUE(bare.pcsc->calls().empty());
 }
 
