@@ -85,8 +85,6 @@ class Operation {
   // Ends the record (for operations that return something else than a sceReturnCode).
   void End(Ending ending) noexcept;
 
-  [[nodiscard]] Reporting& reporting() { return reporting_; }
-
  private:
   // Records what the current exception means (see OnException) and how the frame ends.
   Outcome Recover() noexcept;
