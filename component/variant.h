@@ -61,7 +61,6 @@ class Variant {
   static Variant FromError(std::int32_t code) { return Variant(ErrorValue{code}); }
 
   [[nodiscard]] Kind kind() const { return static_cast<Kind>(value_.index()); }
-  [[nodiscard]] bool IsEmpty() const { return kind() == Kind::Empty; }
 
   // Typed access; each returns nullptr when the variant holds another kind.
   [[nodiscard]] const std::uint8_t* AsByte() const { return std::get_if<std::uint8_t>(&value_); }

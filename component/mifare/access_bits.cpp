@@ -162,10 +162,6 @@ std::string ValueBlocText(std::int32_t value) {
   return text;
 }
 
-std::string BlocByte(std::int32_t blocNumber) {
-  return HexByte(static_cast<std::uint8_t>(static_cast<std::uint32_t>(blocNumber) & 0xFFU));
-}
-
 std::int32_t SectorTrailerBloc(std::int32_t sectorNumber) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(sectorNumber) * 4U + 3U);
 }

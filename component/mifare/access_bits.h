@@ -58,10 +58,6 @@ SCSS_SecurityLevelEnum TrailerLevelOfPattern(int pattern);
 // bytes again, FF00FF00). Bytes that would be negative are stored as 0.
 std::string ValueBlocText(std::int32_t value);
 
-// The block number as the reader's block byte: two upper-case hexadecimal digits of its low byte
-// (so 256 addresses block 0 and -1 block 255).
-std::string BlocByte(std::int32_t blocNumber);
-
 // The trailer of a sector: block 4 x sectorNumber + 3 (no other sector geometry is applied), with
 // 32-bit wrap-around instead of overflow.
 std::int32_t SectorTrailerBloc(std::int32_t sectorNumber);
