@@ -45,6 +45,19 @@ std::map<std::string, MEMBERID> Functions(ITypeInfo* info) {
   return ids;
 }
 
+// The members of a surface table the interface lacks or gives another DISPID; empty when the
+// interface has exactly the table's members with their DISPIDs.
+template <typename Table>
+std::string Mismatched(ITypeInfo* info, const Table& table) {
+  const auto ids = Functions(info);
+  std::string wrong = ids.size() == table.size() ? "" : " (" + std::to_string(ids.size()) + ")";
+  for (const auto& m : table) {
+    const auto found = ids.find(m.name);
+    if (found == ids.end() || found->second != m.dispid) wrong += std::string(" ") + m.name;
+  }
+  return wrong;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -98,25 +111,12 @@ int main(int argc, char** argv) {
   library->GetTypeInfoOfGuid(__uuidof(::_Encoder), encoder.Receive());
   library->GetTypeInfoOfGuid(__uuidof(::_CError), record.Receive());
   if (check.That(encoder && record, "the type library holds _Encoder and _CError")) {
-    const auto encoderIds = Functions(encoder.Get());
-    std::string mismatched;
-    for (const auto& m : surface::EncoderMembers()) {
-      const auto found = encoderIds.find(m.name);
-      if (found == encoderIds.end() || found->second != m.dispid)
-        mismatched += " " + std::string(m.name);
-    }
-    check.That(encoderIds.size() == surface::EncoderMembers().size() && mismatched.empty(),
-               "_Encoder: " + std::to_string(encoderIds.size()) +
-                   " members with the DISPIDs of the dispatch" +
-                   (mismatched.empty() ? "" : ", wrong:" + mismatched));
-    const auto recordIds = Functions(record.Get());
-    mismatched.clear();
-    for (const auto& p : surface::RecordProperties()) {
-      const auto found = recordIds.find(p.name);
-      if (found == recordIds.end() || found->second != p.dispid)
-        mismatched += " " + std::string(p.name);
-    }
-    check.That(recordIds.size() == 6 && mismatched.empty(), "_CError: the six properties");
+    const std::string encoderWrong = Mismatched(encoder.Get(), surface::EncoderMembers());
+    check.That(encoderWrong.empty(), "_Encoder: the members with the DISPIDs of the dispatch" +
+                                         (encoderWrong.empty() ? "" : ", wrong:" + encoderWrong));
+    const std::string recordWrong = Mismatched(record.Get(), surface::RecordProperties());
+    check.That(recordWrong.empty(), "_CError: the six properties" +
+                                        (recordWrong.empty() ? "" : ", wrong:" + recordWrong));
   }
   // The version resource says what GetInformation says.
   const DWORD size = GetFileVersionInfoSizeW(dll.c_str(), nullptr);
