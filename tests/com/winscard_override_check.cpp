@@ -1,15 +1,15 @@
 // Checks under Wine which winscard.dll the production binding (lumivex::WinscardApi) reaches, by
 // making the calls the COM server makes.
-//   winscard_override_check simulator: the test winscard.dll must answer, with the card that
-//     LUMIVEX_SIM_CARD and LUMIVEX_SIM_UID (the same variables the DLL reads) describe;
+//   winscard_override_check card ATR UID: the test winscard.dll must answer, with a card of that
+//     ATR and UID in the simulated reader (tests/com/winscard-override-check.sh chooses it through
+//     LUMIVEX_SIM_CARD and LUMIVEX_SIM_UID, the variables the DLL reads);
+//   winscard_override_check empty: the test winscard.dll must answer, with no card in the reader;
 //   winscard_override_check builtin: Wine's own winscard.dll must refuse a context (the path of
 //     a machine whose smart-card service is not running), and the binding must keep every card
 //     call away from it.
 // One line per check, then a summary; the exit status is the number of failed checks.
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -40,37 +40,8 @@ bool Is(Checks& check, PcscLong result, std::uint32_t expected, const std::strin
   return check.That(ScardCode(result) == expected, what + " (result " + Code(result) + ")");
 }
 
-std::string Env(const char* name) {
-  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): one thread
-  return value != nullptr ? value : "";
-}
-
-// The card models as the DLL builds them: kind, ATR and the UID used when none is given.
-struct CardModel {
-  const char* kind;
-  const char* atr;
-  const char* defaultUid;
-};
-constexpr CardModel kModels[] = {
-    {"mifare1k", "3B8F8001804F0CA000000306030001000000006A", "12345678"},
-    {"mifare4k", "3B8F8001804F0CA0000003060300020000000069", "12345678"},
-    {"desfire", "3B8180018080", "04112233445566"},
-};
-
-void CheckSimulator(Checks& check) {
-  const std::string kind = Env("LUMIVEX_SIM_CARD").empty() ? "mifare1k" : Env("LUMIVEX_SIM_CARD");
-  const CardModel* model = nullptr;
-  for (const CardModel& candidate : kModels) {
-    if (kind == candidate.kind) model = &candidate;
-  }
-  std::string uid = Env("LUMIVEX_SIM_UID");
-  if (model != nullptr && uid.empty()) uid = model->defaultUid;
-  // An unknown kind, or a UID that is not the model's length in hexadecimal, leaves the reader
-  // empty as "none" does. IsHexString also upper-cases the UID, as the answer is printed.
-  const bool cardExpected =
-      model != nullptr &&
-      IsHexString(uid, static_cast<std::int32_t>(std::strlen(model->defaultUid)));
-
+// A null ATR: the reader must be empty.
+void CheckSimulator(Checks& check, const char* expectedAtr, const std::string& uid) {
   WinscardApi api;
   PcscContext context = 0;
   if (!Is(check, api.EstablishContext(scard::SCOPE_SYSTEM, &context), 0,
@@ -88,7 +59,7 @@ void CheckSimulator(Checks& check) {
   PcscDword protocol = 0;
   const PcscLong connected = api.Connect(context, kReader, scard::SHARE_EXCLUSIVE,
                                          scard::PROTOCOL_T0 | scard::PROTOCOL_T1, &card, &protocol);
-  if (!cardExpected) {
+  if (expectedAtr == nullptr) {
     Is(check, connected, scard::E_NO_SMARTCARD, "no card in the reader");
     Is(check, api.ReleaseContext(context), 0, "release the context");
     return;
@@ -104,7 +75,7 @@ void CheckSimulator(Checks& check) {
   atr.resize(atrLength <= atr.size() ? atrLength : 0);
   check.That(ScardCode(status) == 0 && name == kReader &&
                  state == (scard::STATE_PRESENT | scard::STATE_POWERED | scard::STATE_SPECIFIC) &&
-                 BytesToHex(atr) == model->atr,
+                 BytesToHex(atr) == expectedAtr,
              "status: " + name + ", state " + std::to_string(state) + ", ATR " + BytesToHex(atr));
   std::vector<std::uint8_t> attribute(64);
   auto attributeLength = static_cast<PcscDword>(attribute.size());
@@ -144,17 +115,18 @@ void CheckBuiltin(Checks& check) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string mode = argc == 2 ? argv[1] : "";
-  if (mode != "simulator" && mode != "builtin") {
-    (void)std::fprintf(stderr, "usage: winscard_override_check simulator|builtin\n");
+  const std::string mode = argc > 1 ? argv[1] : "";
+  if (!(mode == "card" && argc == 4) && !(mode == "empty" && argc == 2) &&
+      !(mode == "builtin" && argc == 2)) {
+    (void)std::fprintf(stderr, "usage: winscard_override_check card ATR UID | empty | builtin\n");
     return 2;
   }
   Checks check("winscard_override_check");
   try {
-    if (mode == "simulator") {
-      CheckSimulator(check);
-    } else {
+    if (mode == "builtin") {
       CheckBuiltin(check);
+    } else {
+      CheckSimulator(check, mode == "card" ? argv[2] : nullptr, mode == "card" ? argv[3] : "");
     }
   } catch (const PcscCallError& error) {
     check.That(false, std::string("winscard.dll reached: ") + error.what());
