@@ -1,11 +1,11 @@
 #include "tests/com/dialog_checks.h"
 
 #include <algorithm>
-#include <cwctype>
 #include <vector>
 
 #include "tests/com/window_probe.h"
 #include "ui/win32/control_ids.h"
+#include "ui/win32/dialog_style.h"
 #include "ui/win32/wide_text.h"
 
 namespace lumivex::wine {
@@ -23,54 +23,31 @@ struct Control {
   DWORD style;  // (style & mask) must equal this
 };
 
-bool SameClass(const std::wstring& a, const std::wstring& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](wchar_t x, wchar_t y) { return std::towlower(x) == std::towlower(y); });
+// The font of both dialogs. A font handle belongs to its process: the dialogs' own cannot be
+// borrowed for measuring.
+LOGFONTW DialogFace() {
+  LOGFONTW face{};
+  HDC dc = GetDC(nullptr);
+  face.lfHeight = -MulDiv(ui::win32::kDialogFontSize, GetDeviceCaps(dc, LOGPIXELSY), 72);
+  ReleaseDC(nullptr, dc);
+  wcscpy_s(face.lfFaceName, ui::win32::kDialogFont);
+  return face;
 }
 
-// Text widths in the dialogs' font, or in the title bar's.
-class TextMeter {
- public:
-  explicit TextMeter(bool titleFont) {
-    LOGFONTW face{};
-    if (titleFont) {
-      NONCLIENTMETRICSW metrics{};
-      metrics.cbSize = sizeof(metrics);
-      SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0);
-      face = metrics.lfCaptionFont;
-      closeBox_ = metrics.iCaptionWidth;
-    } else {
-      face.lfHeight = -MulDiv(8, GetDeviceCaps(dc_, LOGPIXELSY), 72);
-      wcscpy_s(face.lfFaceName, L"MS Shell Dlg");
-    }
-    font_ = CreateFontIndirectW(&face);
-    previous_ = SelectObject(dc_, font_);
-  }
-  ~TextMeter() {
-    SelectObject(dc_, previous_);
-    DeleteObject(font_);
-    ReleaseDC(nullptr, dc_);
-  }
-  TextMeter(const TextMeter&) = delete;
-  TextMeter& operator=(const TextMeter&) = delete;
-  TextMeter(TextMeter&&) = delete;
-  TextMeter& operator=(TextMeter&&) = delete;
-
-  // prefix: "&" marks an accelerator.
-  [[nodiscard]] int Width(const std::wstring& text, bool prefix = true) const {
-    RECT r{0, 0, 0, 0};
-    DrawTextW(dc_, text.c_str(), static_cast<int>(text.size()), &r,
-              DT_CALCRECT | DT_SINGLELINE | (prefix ? 0 : DT_NOPREFIX));
-    return r.right;
-  }
-  [[nodiscard]] int closeBox() const { return closeBox_; }
-
- private:
-  HDC dc_ = GetDC(nullptr);
-  HFONT font_ = nullptr;
-  HGDIOBJ previous_ = nullptr;
-  int closeBox_ = 0;
-};
+// The width of a text on one line in a font, as DrawText lays it out ("&" marks an accelerator
+// unless DT_NOPREFIX is among the flags).
+int TextWidth(const LOGFONTW& face, const std::wstring& text, UINT flags = 0) {
+  HDC dc = GetDC(nullptr);
+  HFONT font = CreateFontIndirectW(&face);
+  HGDIOBJ previous = SelectObject(dc, font);
+  RECT r{0, 0, 0, 0};
+  DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &r,
+            DT_CALCRECT | DT_SINGLELINE | flags);
+  SelectObject(dc, previous);
+  DeleteObject(font);
+  ReleaseDC(nullptr, dc);
+  return r.right;
+}
 
 int WidthOf(const RECT& r) {
   return r.right - r.left;
@@ -80,15 +57,16 @@ void CheckControls(Checks& check, HWND dialog, const std::vector<Control>& contr
                    const std::string& name) {
   RECT client{};
   GetClientRect(dialog, &client);
-  const TextMeter meter(false);
   std::vector<RECT> placed;
   for (const Control& c : controls) {
     HWND control = GetDlgItem(dialog, c.id);
     const std::string what = name + "control " + std::to_string(c.id);
-    if (!check.That(control != nullptr, what + " exists")) continue;
-    check.That(SameClass(ClassOf(control), c.type) &&
-                   (static_cast<DWORD>(GetWindowLongPtrW(control, GWL_STYLE)) & c.mask) == c.style,
-               what + " is a " + std::string(c.type, c.type + wcslen(c.type)) + " of its style");
+    if (!check.That(
+            control != nullptr && lstrcmpiW(ClassOf(control).c_str(), c.type) == 0 &&
+                (static_cast<DWORD>(GetWindowLongPtrW(control, GWL_STYLE)) & c.mask) == c.style,
+            what + " is a " + std::string(c.type, c.type + wcslen(c.type)) + " of its style")) {
+      continue;
+    }
     const RECT r = ClientRect(control);
     check.That(r.left >= 0 && r.top >= 0 && r.right <= client.right && r.bottom <= client.bottom,
                what + " lies inside the dialog");
@@ -102,16 +80,20 @@ void CheckControls(Checks& check, HWND dialog, const std::vector<Control>& contr
       const std::wstring caption = Wide(*c.caption);
       check.That(WindowText(control) == caption, what + " shows \"" + *c.caption + "\"");
       // A button draws its caption inside its frame and focus rectangle.
-      const int frame = SameClass(c.type, L"Button") ? 6 : 0;
-      check.That(meter.Width(caption) + frame <= WidthOf(r),
+      const int frame = lstrcmpiW(c.type, L"Button") == 0 ? 6 : 0;
+      check.That(TextWidth(DialogFace(), caption) + frame <= WidthOf(r),
                  what + " is wide enough for \"" + *c.caption + "\"");
     }
   }
-  const TextMeter title(true);
+  NONCLIENTMETRICSW metrics{};
+  metrics.cbSize = sizeof(metrics);
+  SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0);
   RECT frame{};
   GetWindowRect(dialog, &frame);
-  check.That(title.Width(WindowText(dialog), false) + title.closeBox() <= WidthOf(frame),
-             name + "the title bar shows the whole title");
+  check.That(
+      TextWidth(metrics.lfCaptionFont, WindowText(dialog), DT_NOPREFIX) + metrics.iCaptionWidth <=
+          WidthOf(frame),
+      name + "the title bar shows the whole title beside the close box");
 }
 
 }  // namespace
@@ -139,9 +121,10 @@ void CheckConfigureDialog(Checks& check, HWND dialog, const ui::ConfigureCaption
                  std::vector<std::wstring>{L"T=0", L"T=1"},
              name + "cboProtocol holds T=0 and T=1");
   // The closed list shows its longest entry whole beside the arrow button.
-  const TextMeter meter(false);
   int widest = 0;
-  for (const auto& entry : readerEntries) widest = std::max(widest, meter.Width(entry, false));
+  for (const auto& entry : readerEntries) {
+    widest = std::max(widest, TextWidth(DialogFace(), entry, DT_NOPREFIX));
+  }
   check.That(widest + GetSystemMetrics(SM_CXVSCROLL) <= WidthOf(ClientRect(readers)),
              name + "cboDevice is wide enough for its entries");
 

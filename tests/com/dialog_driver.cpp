@@ -37,52 +37,24 @@ constexpr const char* kReader = "Lumivex Simulator 0";
 
 enum class Close { OkButton, Enter, Escape, CloseBox };
 
-// One Configure call of the client and how the operator answers it.
+// One Configure call of the client, in the order of tests/com/vbs/configure.vbs, and how the
+// operator answers it.
 struct Step {
-  const char* language;        // as the client passes it
-  const char* pictures;        // suffix of the two pictures' names, or null for none
-  std::size_t protocolBefore;  // the protocol entry selected when the dialog opens
-  int protocolChosen;          // the entry the operator then picks with the keyboard (-1: none)
+  const char* language;    // as the client passes it
+  const char* pictures;    // suffix of the two pictures' names; null: no pictures, no layout checks
+  bool readerPreselected;  // else the unknown entry is selected and the operator picks the reader
+  LRESULT protocolBefore;  // the protocol entry selected when the dialog opens
+  LRESULT protocolChosen;  // the entry the operator then picks with the keyboard (-1: none)
+  bool runTest;
   Close closeTest;
   Close closeConfigure;
-  bool readerPreselected;  // else the unknown entry is selected and the operator picks
-  bool runTest;
 };
 
-// In the order of tests/com/vbs/configure.vbs.
 constexpr Step kSteps[] = {
-    {.language = "English",
-     .pictures = "english",
-     .protocolBefore = 0,
-     .protocolChosen = 1,
-     .closeTest = Close::Enter,
-     .closeConfigure = Close::OkButton,
-     .readerPreselected = false,
-     .runTest = true},
-    {.language = "francais",
-     .pictures = "francais",
-     .protocolBefore = 1,
-     .protocolChosen = 0,
-     .closeTest = Close::OkButton,
-     .closeConfigure = Close::Escape,
-     .readerPreselected = true,
-     .runTest = true},
-    {.language = "",
-     .pictures = nullptr,
-     .protocolBefore = 1,
-     .protocolChosen = -1,
-     .closeTest = Close::Enter,
-     .closeConfigure = Close::Enter,
-     .readerPreselected = true,
-     .runTest = false},
-    {.language = "FRANCAIS",
-     .pictures = nullptr,
-     .protocolBefore = 1,
-     .protocolChosen = -1,
-     .closeTest = Close::Enter,
-     .closeConfigure = Close::CloseBox,
-     .readerPreselected = true,
-     .runTest = false},
+    {"English", "english", false, 0, 1, true, Close::Enter, Close::OkButton},
+    {"francais", "francais", true, 1, 0, true, Close::OkButton, Close::Escape},
+    {"", nullptr, true, 1, -1, false, Close::Enter, Close::Enter},
+    {"FRANCAIS", nullptr, true, 1, -1, false, Close::Enter, Close::CloseBox},
 };
 
 // The letter after "&" in a caption, as the keyboard sends it with Alt.
@@ -100,21 +72,16 @@ void PressKey(HWND dialog, UINT message, WPARAM key) {
   PostMessageW(target, message, key, message == WM_SYSCHAR ? kAltDown | 1 : 1);
 }
 
+LRESULT EntryOf(HWND list, const std::wstring& text) {
+  return SendMessageW(list, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
+                      reinterpret_cast<LPARAM>(text.c_str()));
+}
+
 void CloseWith(HWND dialog, Close how) {
-  switch (how) {
-    case Close::OkButton:
-      PostMessageW(GetDlgItem(dialog, ids::kCmdOK), BM_CLICK, 0, 0);
-      break;
-    case Close::Enter:
-      PressKey(dialog, WM_KEYDOWN, VK_RETURN);
-      break;
-    case Close::Escape:
-      PressKey(dialog, WM_KEYDOWN, VK_ESCAPE);
-      break;
-    case Close::CloseBox:
-      PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
-      break;
-  }
+  if (how == Close::OkButton) PostMessageW(GetDlgItem(dialog, ids::kCmdOK), BM_CLICK, 0, 0);
+  if (how == Close::Enter) PressKey(dialog, WM_KEYDOWN, VK_RETURN);
+  if (how == Close::Escape) PressKey(dialog, WM_KEYDOWN, VK_ESCAPE);
+  if (how == Close::CloseBox) PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
 }
 
 class Operator {
@@ -135,15 +102,13 @@ class Operator {
     HWND readers = GetDlgItem(dialog, ids::kCboDevice);
     HWND protocols = GetDlgItem(dialog, ids::kCboProtocol);
     const std::wstring reader = Wide(step.readerPreselected ? kReader : captions.unknownReader);
-    check_.That(lumivex::wine::SelectedEntry(readers) == reader,
-                name + "the reader selected when the dialog opens");
-    check_.That(
-        SendMessageW(protocols, CB_GETCURSEL, 0, 0) == static_cast<LRESULT>(step.protocolBefore),
-        name + "the protocol selected when the dialog opens");
+    const LRESULT preselected = EntryOf(readers, reader);
+    check_.That(preselected != CB_ERR && SendMessageW(readers, CB_GETCURSEL, 0, 0) == preselected &&
+                    SendMessageW(protocols, CB_GETCURSEL, 0, 0) == step.protocolBefore,
+                name + "the reader and protocol selected when the dialog opens");
     if (!step.readerPreselected) {
       // A choice with the mouse: the list selects the entry and tells the dialog.
-      const auto entry = SendMessageW(readers, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
-                                      reinterpret_cast<LPARAM>(Wide(kReader).c_str()));
+      const LRESULT entry = EntryOf(readers, Wide(kReader));
       if (!check_.That(entry != CB_ERR, name + "the simulated reader is in the list")) return false;
       SendMessageW(readers, CB_SETCURSEL, static_cast<WPARAM>(entry), 0);
       SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(ids::kCboDevice, CBN_SELCHANGE),
@@ -167,9 +132,7 @@ class Operator {
         !RunTest(dialog, captions, lumivex::ui::TestTextsIn(language), step, name)) {
       return false;
     }
-    CloseWith(dialog, step.closeConfigure);
-    return check_.That(WaitUntil([&] { return IsWindow(dialog) == FALSE; }, 10s),
-                       name + "frmConfigure closes");
+    return Closes(dialog, step.closeConfigure, name + "frmConfigure");
   }
 
   // After a failure: closes whatever the client shows until it ends.
@@ -211,15 +174,17 @@ class Operator {
     const bool ended =
         WaitUntil([&] { return WindowText(log).find(success) != std::wstring::npos; }, 30s);
     if (!check_.That(ended, name + "txtLog ends with the success line")) return false;
-    check_.That(WaitUntil([&] { return IsWindowEnabled(ok) != FALSE; }, 5s),
-                name + "cmdOK is enabled when the test has ended");
-    check_.That(WaitUntil([&] { return FocusIn(dialog) == ok; }, 5s),
-                name + "cmdOK has the focus when the test has ended");
+    check_.That(
+        WaitUntil([&] { return IsWindowEnabled(ok) != FALSE && FocusIn(dialog) == ok; }, 5s),
+        name + "cmdOK is enabled and has the focus when the test has ended");
     lumivex::wine::CheckTestDialog(check_, dialog, texts, captions.okButton, name);
     if (step.pictures != nullptr) Picture(dialog, std::string("test-") + step.pictures);
-    CloseWith(dialog, step.closeTest);
-    return check_.That(WaitUntil([&] { return IsWindow(dialog) == FALSE; }, 10s),
-                       name + "frmTest closes");
+    return Closes(dialog, step.closeTest, name + "frmTest");
+  }
+
+  bool Closes(HWND dialog, Close how, const std::string& what) {
+    CloseWith(dialog, how);
+    return check_.That(WaitUntil([&] { return IsWindow(dialog) == FALSE; }, 10s), what + " closes");
   }
 
   void Picture(HWND dialog, const std::string& name) {

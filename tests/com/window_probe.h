@@ -19,7 +19,6 @@ std::vector<HWND> DialogsOf(DWORD process);
 std::wstring WindowText(HWND window);
 std::wstring ClassOf(HWND window);
 std::vector<std::wstring> ListEntries(HWND comboBox);
-std::wstring SelectedEntry(HWND comboBox);
 // The window that has the keyboard focus in the thread that owns the given window.
 HWND FocusIn(HWND window);
 
