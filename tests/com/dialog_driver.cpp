@@ -135,19 +135,6 @@ class Operator {
     return Closes(dialog, step.closeConfigure, name + "frmConfigure");
   }
 
-  // After a failure: closes whatever the client shows until it ends.
-  void CloseEverything(HANDLE process) const {
-    WaitUntil(
-        [&] {
-          for (HWND dialog : lumivex::wine::DialogsOf(client_)) {
-            const bool test = GetDlgItem(dialog, ids::kTxtLog) != nullptr;
-            PostMessageW(dialog, WM_COMMAND, test ? IDOK : IDCANCEL, 0);
-          }
-          return WaitForSingleObject(process, 500) == WAIT_OBJECT_0;
-        },
-        120s);
-  }
-
  private:
   [[nodiscard]] HWND WaitForDialog(const std::string& title,
                                    std::chrono::milliseconds limit) const {
@@ -222,11 +209,12 @@ int wmain(int argc, wchar_t** argv) {
     return check.Finish();
   }
   Operator person(check, client.dwProcessId, argv[1]);
+  bool answered = true;
   for (const Step& step : kSteps) {
-    if (!person.Answer(step)) break;
+    if (answered) answered = person.Answer(step);
   }
-  person.CloseEverything(client.hProcess);
-  if (WaitForSingleObject(client.hProcess, 0) != WAIT_OBJECT_0) {
+  // A client whose dialog could not be driven to its end waits for an operator: it is ended.
+  if (!answered || WaitForSingleObject(client.hProcess, 120000) != WAIT_OBJECT_0) {
     TerminateProcess(client.hProcess, 99);
   }
   DWORD status = STILL_ACTIVE;

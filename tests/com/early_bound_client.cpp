@@ -52,10 +52,6 @@ std::string Take(BSTR& text) {
 void TypedCalls(lumivex::wine::Checks& check, _Encoder& e) {
   const char* uid = std::getenv("LUMIVEX_SIM_UID");  // NOLINT(concurrency-mt-unsafe): one thread
   BSTR text = nullptr;
-  check.That(e.put_Parameters(MakeBstr(std::string(kReader) + "\r\nProtocol=2").get()) == S_OK &&
-                 e.get_Parameters(&text) == S_OK &&
-                 Take(text).find("Protocol=2") != std::string::npos,
-             "put_Parameters, get_Parameters");
   sceReturnCode rc = sceError;
   sceEncoderState state = sceUnknown;
   check.That(e.OpenEncoder(0, &rc) == S_OK && rc == sceSuccess &&

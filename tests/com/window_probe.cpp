@@ -7,36 +7,11 @@
 
 namespace lumivex::wine {
 
-namespace {
-
-struct Search {
-  DWORD process;
-  std::vector<HWND> found;
-};
-
-BOOL CALLBACK Collect(HWND window, LPARAM data) {
-  auto& search = *reinterpret_cast<Search*>(data);  // NOLINT(performance-no-int-to-ptr)
-  DWORD owner = 0;
-  GetWindowThreadProcessId(window, &owner);
-  if (owner == search.process && IsWindowVisible(window) != FALSE && ClassOf(window) == L"#32770") {
-    search.found.push_back(window);
-  }
-  return TRUE;
-}
-
-}  // namespace
-
-std::vector<HWND> DialogsOf(DWORD process) {
-  Search search{process, {}};
-  EnumWindows(&Collect, reinterpret_cast<LPARAM>(&search));
-  return search.found;
-}
-
 HWND FindDialog(DWORD process, const std::wstring& title) {
-  for (HWND dialog : DialogsOf(process)) {
-    if (WindowText(dialog) == title) return dialog;
-  }
-  return nullptr;
+  HWND dialog = FindWindowW(L"#32770", title.c_str());
+  DWORD owner = 0;
+  if (dialog != nullptr) GetWindowThreadProcessId(dialog, &owner);
+  return owner == process && IsWindowVisible(dialog) != FALSE ? dialog : nullptr;
 }
 
 std::wstring WindowText(HWND window) {

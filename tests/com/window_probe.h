@@ -13,8 +13,6 @@ namespace lumivex::wine {
 
 // The visible dialog (class #32770) of the process with exactly this title, or null.
 HWND FindDialog(DWORD process, const std::wstring& title);
-// Every visible dialog of the process.
-std::vector<HWND> DialogsOf(DWORD process);
 
 std::wstring WindowText(HWND window);
 std::wstring ClassOf(HWND window);
