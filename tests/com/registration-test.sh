@@ -47,38 +47,37 @@ value_is() {  # value_is KEY NAME DATA (NAME empty: the key's default value)
   [[ -n $2 ]] && which=(/v "$2")
   wine reg query "$1" "${which[@]}" 2>/dev/null | tr -d '\r' | grep -qF "$3"
 }
-# has ROOT: every value a client needs, read as "what|key|value name|data" lines.
+# has ROOT: every value a client needs is below ROOT\Software\Classes.
 has() {
+  local clsid="CLSID\\{$encoder}" lib="TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" iid
   local what key name data
   while IFS='|' read -r what key name data; do
     check "$what" value_is "$1\\Software\\Classes\\$key" "$name" "$data"
-  done
-}
-values() {  # the values of a registration, as has reads them
-  local clsid="CLSID\\{$encoder}" lib="TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" iid
-  echo "InprocServer32 names the DLL|$clsid\\InprocServer32||Orbanet_Lumivex_BL.dll"
-  echo "ThreadingModel Apartment|$clsid\\InprocServer32|ThreadingModel|Apartment"
-  echo "the class names its ProgID|$clsid\\ProgID||Orbanet_Lumivex_BL.Encoder"
-  echo "the class names its type library|$clsid\\TypeLib||{$library}"
-  echo "ProgID Orbanet_Lumivex_BL.Encoder|Orbanet_Lumivex_BL.Encoder\\CLSID||{$encoder}"
-  echo "ProgID Orbanet_Lumivex_BL.CError|Orbanet_Lumivex_BL.CError\\CLSID||{"
-  echo "the type library for win$LUMIVEX_WIDTH|$lib||Orbanet_Lumivex_BL.dll"
-  for iid in $interfaces; do
+  done <<EOF
+InprocServer32 names the DLL|$clsid\\InprocServer32||Orbanet_Lumivex_BL.dll
+ThreadingModel Apartment|$clsid\\InprocServer32|ThreadingModel|Apartment
+the class names its ProgID|$clsid\\ProgID||Orbanet_Lumivex_BL.Encoder
+the class names its type library|$clsid\\TypeLib||{$library}
+ProgID Orbanet_Lumivex_BL.Encoder|Orbanet_Lumivex_BL.Encoder\\CLSID||{$encoder}
+ProgID Orbanet_Lumivex_BL.CError|Orbanet_Lumivex_BL.CError\\CLSID||{
+the type library for win$LUMIVEX_WIDTH|$lib||Orbanet_Lumivex_BL.dll
+$(for iid in $interfaces; do
     # Marshalled by the automation marshaller from the type library, for hosts of other apartments.
     echo "interface $iid: marshaller|Interface\\{$iid}\\ProxyStubClsid32||{00020424-0000-0000-C000-000000000046}"
     echo "interface $iid: type library|Interface\\{$iid}\\TypeLib||{$library}"
-  done
+  done)
+EOF
 }
 
 # ---- machine-wide (DllRegisterServer), done by lumivex_wine_env above ----
-has HKLM < <(values)
+has HKLM
 check "regsvr32 /u" regsvr32 /u
 check "no key of ours is left in HKLM" none_in 'HKLM\Software'
 check "nor in HKCU" none_in 'HKCU\Software'
 
 # ---- per user (DllInstall "user"): no administrator rights needed, HKCU only ----
 check "regsvr32 /n /i:user" regsvr32 /n /i:user
-has HKCU < <(values)
+has HKCU
 check "nothing of ours under HKLM" none_in 'HKLM\Software'
 echo "SKIPPED creating an object from the per-user registration: Wine reads classes from HKLM only"
 check "regsvr32 /u /n /i:user" regsvr32 /u /n /i:user
