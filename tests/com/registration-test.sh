@@ -9,15 +9,16 @@ lumivex_wine_env || exit $?
 
 checks=0
 failed=0
-check() {  # check DESCRIPTION COMMAND...
-  local what=$1
+check() {  # check DESCRIPTION COMMAND...: on a failure, what the command printed follows
+  local what=$1 output
   shift
   checks=$((checks + 1))
-  if "$@" >/dev/null 2>&1; then
+  if output=$("$@" 2>&1); then
     echo "ok   $what"
   else
     failed=$((failed + 1))
     echo "FAIL $what"
+    [[ -z $output ]] || sed 's/^/       /' <<<"$output"
   fi
 }
 
@@ -39,7 +40,11 @@ ours() {  # ours ROOT
   iconv -f UTF-16LE -t UTF-8 "$file" 2>/dev/null | tr -d '\r' | grep -iE "$pattern"
   rm -f "$file"
 }
-none_in() { [[ -z $(ours "$1") ]]; }
+none_in() {  # prints what is left
+  local left
+  left=$(ours "$1")
+  [[ -z $left ]] || { echo "$left"; return 1; }
+}
 refuses() { ! "$@"; }
 regsvr32() { wine "$LUMIVEX_REGSVR32" /s "$@" "$LUMIVEX_DLL"; }
 value_is() {  # value_is KEY NAME DATA (NAME empty: the key's default value)
