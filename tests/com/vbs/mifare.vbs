@@ -15,6 +15,9 @@ CreateObject("WScript.Shell").RegWrite "HKLM\Software\Pellworth Systems\Badgelin
 Dim e, le, s, contents, rc
 Set e = CreateObject("Orbanet_Lumivex_BL.Encoder")
 Set le = e.LastError
+Dim info: info = Split(e.GetInformation(), "|")
+CheckEq UBound(info) & " " & info(2), "5 7.1.1875", "GetInformation: six fields, the version"
+CheckEq e.ReaderType, "Encoder is closed", "ReaderType while closed"
 Check le Is e.LastError, "LastError is the same object each time"
 e.Parameters = "Device=Lumivex Simulator 0;Protocol=2"
 Check InStr(e.Parameters, "Protocol=2" & vbCrLf) > 0, "Parameters put and read back"
@@ -26,6 +29,7 @@ CheckEq e.EncoderState, sceReady, "EncoderState (an enumeration)"
 CheckEq e.CardType, sceMifare1K, "CardType from the host's card list"
 CheckEq e.SerialNumberLength, 4, "SerialNumberLength (a long)"
 Check Left(e.ATRString, 5) = "3B 8F", "ATRString (a text): " & e.ATRString
+Check InStr(e.ReaderType, "Device name: ") = 1, "ReaderType asks the reader"
 
 ' ---- texts by reference ----
 s = ""
