@@ -1,6 +1,8 @@
 #include "tests/com/dispatch_checks.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -19,63 +21,35 @@ using com::TextFromBstr;
 
 constexpr const char* kKey = "FFFFFFFFFFFF";
 
-// An argument list, built first to last as a caller writes it (rgvarg holds it reversed).
-class Args {
- public:
-  Args& I4(LONG v) {
-    return Add(VT_I4).Set([&](VARIANT& a) { V_I4(&a) = v; });
-  }
-  Args& Text(const std::string& v) {
-    return Add(VT_BSTR).Set([&](VARIANT& a) { V_BSTR(&a) = MakeBstr(v).release(); });
-  }
-  Args& Ref(VARIANT* target) {
-    return Add(VT_BYREF | VT_VARIANT).Set([&](VARIANT& a) { V_VARIANTREF(&a) = target; });
-  }
-  Args& RefText(BSTR* target) {
-    return Add(VT_BYREF | VT_BSTR).Set([&](VARIANT& a) { V_BSTRREF(&a) = target; });
-  }
-  Args& RefI4(LONG* target) {
-    return Add(VT_BYREF | VT_I4).Set([&](VARIANT& a) { V_I4REF(&a) = target; });
-  }
-  Args& Missing() {
-    return Add(VT_ERROR).Set([&](VARIANT& a) { V_ERROR(&a) = DISP_E_PARAMNOTFOUND; });
-  }
-  Args& Named(std::vector<DISPID> ids) {
-    named_ = std::move(ids);
-    return *this;
-  }
-  ~Args() {
-    for (auto& v : values_) VariantClear(&v);
-  }
-  DISPPARAMS Params() {
-    reversed_.assign(values_.rbegin(), values_.rend());
-    // Named arguments come first in rgvarg, in the order of their ids.
-    return {reversed_.data(), named_.empty() ? nullptr : named_.data(),
-            static_cast<UINT>(reversed_.size()), static_cast<UINT>(named_.size())};
-  }
-  // With named arguments the caller gives rgvarg in its own order: no reversal.
-  DISPPARAMS NamedParams() {
-    reversed_.assign(values_.begin(), values_.end());
-    return {reversed_.data(), named_.data(), static_cast<UINT>(reversed_.size()),
-            static_cast<UINT>(named_.size())};
-  }
-
- private:
-  template <typename F>
-  Args& Set(F&& f) {
-    f(values_.back());
-    return *this;
-  }
-  Args& Add(VARTYPE type) {
-    values_.emplace_back();
-    VariantInit(&values_.back());
-    V_VT(&values_.back()) = type;
-    return *this;
-  }
-  std::vector<VARIANT> values_;
-  std::vector<VARIANT> reversed_;  // shallow copies: the values are cleared once, above
-  std::vector<DISPID> named_;
-};
+// Arguments as a caller builds them; Call frees the texts among them.
+VARIANT Arg(VARTYPE type) {
+  VARIANT a;
+  VariantInit(&a);
+  V_VT(&a) = type;
+  return a;
+}
+VARIANT I4(LONG v) {
+  VARIANT a = Arg(VT_I4);
+  V_I4(&a) = v;
+  return a;
+}
+VARIANT Text(const std::string& v) {
+  VARIANT a = Arg(VT_BSTR);
+  V_BSTR(&a) = MakeBstr(v).release();
+  return a;
+}
+// A reference: VT_BYREF with the type of the target's value.
+template <typename T>
+VARIANT Ref(VARTYPE type, T* target) {
+  VARIANT a = Arg(VT_BYREF | type);
+  V_BYREF(&a) = target;
+  return a;
+}
+VARIANT Missing() {
+  VARIANT a = Arg(VT_ERROR);
+  V_ERROR(&a) = DISP_E_PARAMNOTFOUND;
+  return a;
+}
 
 DISPID Id(IDispatch* d, const wchar_t* name) {
   DISPID id = DISPID_UNKNOWN;
@@ -86,18 +60,33 @@ DISPID Id(IDispatch* d, const wchar_t* name) {
 
 struct Outcome {
   HRESULT hr;
-  VARIANT result;
+  VARTYPE type;  // of the result
+  LONG code;     // the result when it is a long
   UINT argErr;
 };
 
-Outcome Call(IDispatch* d, const wchar_t* name, DISPPARAMS params,
-             WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
-  Outcome o{};
-  VariantInit(&o.result);
-  o.argErr = 999;
-  o.hr = d->Invoke(Id(d, name), IID_NULL, LOCALE_USER_DEFAULT, flags, &params, &o.result, nullptr,
+// IDispatch::Invoke with the arguments in the order a caller writes them (rgvarg holds positional
+// arguments reversed). With named arguments the list is rgvarg itself, in the caller's own order.
+Outcome Call(IDispatch* d, const wchar_t* name, std::vector<VARIANT> args,
+             std::vector<DISPID> named = {}, WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
+  if (named.empty()) std::reverse(args.begin(), args.end());
+  DISPPARAMS params{args.data(), named.empty() ? nullptr : named.data(),
+                    static_cast<UINT>(args.size()), static_cast<UINT>(named.size())};
+  VARIANT result;
+  VariantInit(&result);
+  Outcome o{S_OK, VT_EMPTY, -1, 999};
+  o.hr = d->Invoke(Id(d, name), IID_NULL, LOCALE_USER_DEFAULT, flags, &params, &result, nullptr,
                    &o.argErr);
+  o.type = V_VT(&result);
+  if (o.type == VT_I4) o.code = V_I4(&result);
+  VariantClear(&result);
+  for (VARIANT& a : args) VariantClear(&a);  // a reference's target stays the caller's
   return o;
+}
+
+// A card operation that ran and answered sceSuccess.
+bool Succeeded(const Outcome& o) {
+  return o.hr == S_OK && o.type == VT_I4 && o.code == sceSuccess;
 }
 
 std::string ComFunction(_Encoder* e) {
@@ -128,124 +117,136 @@ void DispatchChecks(Checks& check, _Encoder* encoder) {
              "GetIDsOfNames: member and parameter names, any case");
   check.That(Id(d, L"NoSuchMember") == DISPID_UNKNOWN, "an unknown name is DISPID_UNKNOWN");
 
-  // Named arguments in any order, a typed BSTR reference for the output.
   BSTR contents = nullptr;
-  {
-    Args a;
-    a.RefText(&contents).Text(kKey).I4(4).I4(0).Named({3, 1, 0, 2});
-    Outcome o = Call(d, L"MifareReadDataBloc", a.NamedParams());
-    check.That(o.hr == S_OK && V_VT(&o.result) == VT_I4 && V_I4(&o.result) == sceSuccess,
-               "named arguments in any order");
-    check.That(TextFromBstr(contents).size() == 32, "VT_BYREF|VT_BSTR receives the block");
-    SysFreeString(contents);
-  }
-  // VT_BYREF|VT_VARIANT outputs: numbers keep the caller's numeric type, texts come as texts.
-  {
-    VARIANT serial;
-    VARIANT checksum;
-    VARIANT info;
-    VariantInit(&serial);
-    VariantInit(&checksum);
-    VariantInit(&info);
-    V_VT(&checksum) = VT_I2;
-    V_I2(&checksum) = 0;
-    Args a;
-    a.Text(kKey).I4(0).Ref(&serial).Ref(&checksum).Ref(&info);
-    Outcome o = Call(d, L"MifareReadManufacturerCode", a.Params());
-    check.That(o.hr == S_OK && V_I4(&o.result) == sceSuccess,
-               "MifareReadManufacturerCode with VT_BYREF|VT_VARIANT outputs (hr " +
-                   std::to_string(o.hr) + ")");
-    check.That(V_VT(&serial) == VT_I4 && V_VT(&checksum) == VT_I2 && V_I2(&checksum) >= 0 &&
-                   V_VT(&info) == VT_BSTR,
-               "an empty variable gets the natural type, an Integer variable stays Integer");
-    VariantClear(&info);
-  }
-  // A value where an in/out argument is declared is accepted; its output goes nowhere.
-  {
-    Args a;
-    a.I4(4).Text(kKey).I4(0).Text("literal");
-    Outcome o = Call(d, L"MifareReadDataBloc", a.Params());
-    check.That(o.hr == S_OK && V_I4(&o.result) == sceSuccess, "a literal for an in/out argument");
-  }
-  // Numbers and texts are coerced as Automation does.
-  {
-    Args a;
-    a.Text("4").Text(kKey).Text("0").Text("");
-    check.That(Call(d, L"MifareReadDataBloc", a.Params()).hr == S_OK, "\"4\" passes for a long");
-  }
-  // Wrong calls are refused before anything runs.
+  Outcome o = Call(d, L"MifareReadDataBloc", {Ref(VT_BSTR, &contents), Text(kKey), I4(4), I4(0)},
+                   {3, 1, 0, 2});
+  check.That(Succeeded(o) && TextFromBstr(contents).size() == 32,
+             "named arguments in any order; VT_BYREF|VT_BSTR receives the block");
+  SysFreeString(contents);
+
+  // VT_BYREF|VT_VARIANT outputs: an empty variable gets the natural type, an Integer one stays
+  // Integer, a text comes as a text.
+  std::array<VARIANT, 3> out{Arg(VT_EMPTY), Arg(VT_I2), Arg(VT_EMPTY)};
+  o = Call(d, L"MifareReadManufacturerCode",
+           {Text(kKey), I4(0), Ref(VT_VARIANT, &out[0]), Ref(VT_VARIANT, &out[1]),
+            Ref(VT_VARIANT, &out[2])});
+  check.That(
+      Succeeded(o) && V_VT(&out[0]) == VT_I4 && V_VT(&out[1]) == VT_I2 && V_VT(&out[2]) == VT_BSTR,
+      "VT_BYREF|VT_VARIANT outputs keep the caller's numeric type");
+  for (VARIANT& v : out) VariantClear(&v);
+
+  // Wrong calls are refused, with the position of the argument in rgvarg, before anything runs:
+  // the record still names the call before them.
   const std::string before = ComFunction(encoder);
-  {
-    Args a;
-    a.I4(4).Text(kKey).I4(0);
-    check.That(Call(d, L"MifareReadDataBloc", a.Params()).hr == DISP_E_BADPARAMCOUNT,
-               "too few arguments: DISP_E_BADPARAMCOUNT");
-    Args b;
-    b.I4(4).Text(kKey).I4(0).Text("").Text("extra");
-    check.That(Call(d, L"MifareReadDataBloc", b.Params()).hr == DISP_E_BADPARAMCOUNT,
-               "too many arguments: DISP_E_BADPARAMCOUNT");
-    Args c;
-    c.Text("four").Text(kKey).I4(0).Text("");
-    Outcome o = Call(d, L"MifareReadDataBloc", c.Params());
-    check.That(o.hr == DISP_E_TYPEMISMATCH && o.argErr == 3,
-               "a text that is no number: DISP_E_TYPEMISMATCH, puArgErr 3 (the first argument)");
-    Args e;
-    e.I4(4).Text(kKey).I4(300).Text("");
-    o = Call(d, L"MifareReadDataBloc", e.Params());
-    check.That(o.hr == DISP_E_OVERFLOW && o.argErr == 1, "300 for a byte: DISP_E_OVERFLOW");
-    LONG wrong = 0;
-    Args f;
-    f.I4(4).Text(kKey).I4(0).RefI4(&wrong);
-    o = Call(d, L"MifareReadDataBloc", f.Params());
-    check.That(o.hr == DISP_E_TYPEMISMATCH && o.argErr == 0,
-               "a long reference for a text output: DISP_E_TYPEMISMATCH");
-    Args g;
-    g.Missing().Text(kKey).I4(0).Text("");
-    check.That(Call(d, L"MifareReadDataBloc", g.Params()).hr == DISP_E_PARAMNOTOPTIONAL,
-               "a required argument left out: DISP_E_PARAMNOTOPTIONAL");
+  LONG wrong = 0;
+  const struct {
+    std::vector<VARIANT> args;
+    HRESULT hr;
+    UINT argErr;  // 999: not set
+    const char* what;
+  } refused[] = {
+      {{I4(4), Text(kKey), I4(0)}, DISP_E_BADPARAMCOUNT, 999, "too few arguments"},
+      {{I4(4), Text(kKey), I4(0), Text(""), Text("x")}, DISP_E_BADPARAMCOUNT, 999, "too many"},
+      {{Text("four"), Text(kKey), I4(0), Text("")}, DISP_E_TYPEMISMATCH, 3, "a text for a long"},
+      {{I4(4), Text(kKey), I4(300), Text("")}, DISP_E_OVERFLOW, 1, "300 for a byte"},
+      {{I4(4), Text(kKey), I4(0), Ref(VT_I4, &wrong)}, DISP_E_TYPEMISMATCH, 0, "long* for BSTR*"},
+      {{Missing(), Text(kKey), I4(0), Text("")}, DISP_E_PARAMNOTOPTIONAL, 3, "required, missing"},
+  };
+  for (const auto& r : refused) {
+    o = Call(d, L"MifareReadDataBloc", r.args);
+    char seen[40];
+    (void)std::snprintf(seen, sizeof seen, "%08lX, puArgErr %u", static_cast<unsigned long>(o.hr),
+                        o.argErr);
+    check.That(o.hr == r.hr && o.argErr == r.argErr,
+               std::string("refused: ") + r.what + " (" + seen + ")");
   }
-  check.That(ComFunction(encoder) == before, "none of the refused calls reached the component");
-  // Optional arguments may be left out, at the end or as VT_ERROR.
-  {
-    Args a;
-    a.Text("9000");
-    Outcome o = Call(d, L"GetResponseText", a.Params());
-    check.That(o.hr == S_OK && V_VT(&o.result) == VT_BSTR, "GetResponseText without sErrorCaller");
-    VariantClear(&o.result);
-    Args b;
-    b.Text("9000").Missing();
-    o = Call(d, L"GetResponseText", b.Params());
-    check.That(o.hr == S_OK, "GetResponseText with sErrorCaller missing as VT_ERROR");
-    VariantClear(&o.result);
+  check.That(before == "MifareReadManufacturerCode" && ComFunction(encoder) == before,
+             "none of the refused calls reached the component");
+
+  // Calls Automation accepts: a value for an in/out argument (its output goes nowhere), texts
+  // that are numbers, an optional argument left out at the end or as VT_ERROR.
+  const struct {
+    const wchar_t* member;
+    std::vector<VARIANT> args;
+    const char* what;
+  } accepted[] = {
+      {L"MifareReadDataBloc", {I4(4), Text(kKey), I4(0), Text("literal")}, "a literal in/out"},
+      {L"MifareReadDataBloc", {Text("4"), Text(kKey), Text("0"), Text("")}, "\"4\" for a long"},
+      {L"GetResponseText", {Text("9000")}, "an optional argument left out at the end"},
+      {L"GetResponseText", {Text("9000"), Missing()}, "an optional argument as VT_ERROR"},
+  };
+  for (const auto& a : accepted) {
+    o = Call(d, a.member, a.args);
+    check.That(Succeeded(o) || (o.hr == S_OK && o.type == VT_BSTR),
+               std::string("accepted: ") + a.what);
   }
-  // Properties: put with DISPID_PROPERTYPUT; a read-only one refuses it.
-  {
-    DISPID put = DISPID_PROPERTYPUT;
-    Args a;
-    a.Text("Device=Ré \xF0\x9D\x84\x9E\xED\xA0\x80 end").Named({put});
-    check.That(Call(d, L"Parameters", a.NamedParams(), DISPATCH_PROPERTYPUT).hr == S_OK,
-               "Parameters put");
-    BSTR text = nullptr;
-    encoder->get_Parameters(&text);
-    const std::wstring wide(text, SysStringLen(text));
-    SysFreeString(text);
-    check.That(wide.find(L"Device=R\u00E9 \xD834\xDD1E\xD800 end") != std::wstring::npos,
-               "texts keep every character across the surface, a lone surrogate included");
-    Args b;
-    b.Text("x").Named({put});
-    check.That(
-        Call(d, L"ReaderType", b.NamedParams(), DISPATCH_PROPERTYPUT).hr == DISP_E_MEMBERNOTFOUND,
-        "a read-only property cannot be put");
-  }
+
+  // Properties: put with DISPID_PROPERTYPUT, a text with every kind of character; a read-only
+  // property refuses it.
+  const DISPID put = DISPID_PROPERTYPUT;
+  o = Call(d, L"Parameters", {Text("Device=Ré \xF0\x9D\x84\x9E\xED\xA0\x80 end")}, {put},
+           DISPATCH_PROPERTYPUT);
+  BSTR text = nullptr;
+  encoder->get_Parameters(&text);
+  const std::wstring wide(text, SysStringLen(text));
+  SysFreeString(text);
+  check.That(
+      o.hr == S_OK && wide.find(L"Device=R\u00E9 \xD834\xDD1E\xD800 end") != std::wstring::npos,
+      "Parameters put: every character kept, a lone surrogate included");
+  o = Call(d, L"ReaderType", {Text("x")}, {put}, DISPATCH_PROPERTYPUT);
+  check.That(o.hr == DISP_E_MEMBERNOTFOUND, "a read-only property cannot be put");
   DISPPARAMS none{nullptr, nullptr, 0, 0};
-  VARIANT result;
-  VariantInit(&result);
-  check.That(d->Invoke(4242, IID_NULL, 0, DISPATCH_METHOD, &none, &result, nullptr, nullptr) ==
+  check.That(d->Invoke(4242, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr) ==
                  DISP_E_MEMBERNOTFOUND,
              "an unknown DISPID: DISP_E_MEMBERNOTFOUND");
   encoder->put_Parameters(MakeBstr("Device=Lumivex Simulator 0").get());
   encoder->CloseEncoder(&rc);
 }
+
+namespace {
+
+// Invokes one vtable function through the type information with a blank argument of each
+// parameter's type (0, false, a null text, an empty variant), by reference where it is declared
+// so, and every optional argument left out.
+HRESULT InvokeWithBlanks(ITypeInfo* vtable, IUnknown* object, const FUNCDESC& f) {
+  const auto count = static_cast<UINT>(f.cParams);
+  std::vector<VARIANT> args(count);  // rgvarg: the last parameter first
+  std::vector<VARIANT> targets(count);
+  UINT given = 0;
+  for (UINT p = 0; p < count; ++p) {
+    const ELEMDESC& e = f.lprgelemdescParam[p];
+    VariantInit(&targets[p]);
+    if ((e.paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0) continue;  // always the last
+    VARIANT& a = args[count - 1 - p];
+    ++given;
+    const bool byRef = e.tdesc.vt == VT_PTR;
+    VARTYPE type = byRef ? e.tdesc.lptdesc->vt : e.tdesc.vt;
+    if ((e.paramdesc.wParamFlags & PARAMFLAG_FOPT) != 0) {
+      a = Missing();
+    } else if (type == VT_VARIANT) {
+      a = Ref(VT_VARIANT, &targets[p]);
+    } else {
+      if (type != VT_BSTR && type != VT_UI1 && type != VT_BOOL) type = VT_I4;  // enumerations
+      V_VT(&targets[p]) = type;
+      // The union's members share one address: a reference to the value of whichever type.
+      a = byRef ? Ref(type, &V_I4(&targets[p])) : targets[p];
+    }
+  }
+  DISPID put = DISPID_PROPERTYPUT;
+  const bool isPut = f.invkind == INVOKE_PROPERTYPUT;
+  DISPPARAMS dp{given > 0 ? &args[count - given] : nullptr, isPut ? &put : nullptr, given,
+                isPut ? 1U : 0U};
+  VARIANT result;
+  VariantInit(&result);
+  UINT argErr = 0;
+  const HRESULT hr =
+      vtable->Invoke(object, f.memid, static_cast<WORD>(f.invkind), &dp, &result, nullptr, &argErr);
+  VariantClear(&result);
+  for (VARIANT& t : targets) VariantClear(&t);
+  return hr;
+}
+
+}  // namespace
 
 void VtableSweep(Checks& check) {
   ComPtr<_Encoder> encoder;
@@ -281,68 +282,11 @@ void VtableSweep(Checks& check) {
     vtable->GetDocumentation(f->memid, &name, nullptr, nullptr, nullptr);
     const std::string member = TextFromBstr(name);
     SysFreeString(name);
-    // Opening waits five seconds a time; the early-bound calls above open already. Configure
+    // Opening waits five seconds a time, and the early-bound calls open already. Configure
     // waits for an operator at its dialog: tests/com/dialogs-test.sh is that operator.
-    const bool skip = member == "OpenEncoder" || member == "ReOpenEncoder" || member == "Configure";
-    const auto params = static_cast<UINT>(f->cParams);
-    std::vector<VARIANT> args(params);
-    std::vector<VARIANT> targets(params);
-    std::vector<BSTR> texts(params, nullptr);
-    std::vector<LONG> numbers(params, 0);
-    std::vector<unsigned char> bytes(params, 0);
-    UINT given = 0;
-    for (UINT p = 0; p < params; ++p) {
-      const ELEMDESC& e = f->lprgelemdescParam[p];
-      if ((e.paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0) continue;
-      VARIANT& a = args[params - 1 - p];
-      VariantInit(&a);
-      VariantInit(&targets[p]);
-      ++given;
-      VARTYPE type = e.tdesc.vt;
-      const bool byRef = type == VT_PTR;
-      if (byRef) type = e.tdesc.lptdesc->vt;
-      if ((e.paramdesc.wParamFlags & PARAMFLAG_FOPT) != 0) {
-        V_VT(&a) = VT_ERROR;
-        V_ERROR(&a) = DISP_E_PARAMNOTFOUND;
-      } else if (type == VT_BSTR) {
-        V_VT(&a) = byRef ? VT_BYREF | VT_BSTR : VT_BSTR;
-        if (byRef)
-          V_BSTRREF(&a) = &texts[p];
-        else
-          V_BSTR(&a) = SysAllocString(L"");
-      } else if (type == VT_UI1) {
-        V_VT(&a) = byRef ? VT_BYREF | VT_UI1 : VT_UI1;
-        if (byRef) V_UI1REF(&a) = &bytes[p];
-      } else if (type == VT_BOOL) {
-        V_VT(&a) = VT_BOOL;
-        V_BOOL(&a) = VARIANT_FALSE;
-      } else if (type == VT_VARIANT) {
-        V_VT(&a) = VT_BYREF | VT_VARIANT;
-        V_VARIANTREF(&a) = &targets[p];
-      } else {  // long and the enumerations
-        V_VT(&a) = byRef ? VT_BYREF | VT_I4 : VT_I4;
-        if (byRef) V_I4REF(&a) = &numbers[p];
-      }
-    }
-    if (!skip) {
-      DISPID put = DISPID_PROPERTYPUT;
-      DISPPARAMS dp{given > 0 ? &args[params - given] : nullptr,
-                    f->invkind == INVOKE_PROPERTYPUT ? &put : nullptr, given,
-                    f->invkind == INVOKE_PROPERTYPUT ? 1U : 0U};
-      VARIANT result;
-      VariantInit(&result);
-      UINT argErr = 0;
-      const HRESULT hr = vtable->Invoke(encoder.Get(), f->memid, static_cast<WORD>(f->invkind), &dp,
-                                        &result, nullptr, &argErr);
+    if (member != "OpenEncoder" && member != "ReOpenEncoder" && member != "Configure") {
       ++called;
-      if (hr != S_OK) failures += " " + member;
-      VariantClear(&result);
-    }
-    for (UINT p = 0; p < params; ++p) {
-      VariantClear(&targets[p]);
-      SysFreeString(texts[p]);
-      const VARIANT& a = args[params - 1 - p];
-      if (V_VT(&a) == VT_BSTR) SysFreeString(V_BSTR(&a));
+      if (InvokeWithBlanks(vtable.Get(), encoder.Get(), *f) != S_OK) failures += " " + member;
     }
     vtable->ReleaseFuncDesc(f);
   }

@@ -3,31 +3,33 @@
 # unregistration leaves no key of ours behind.
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-# shellcheck source=tests/com/wine-env.sh
-source "$here/wine-env.sh"
+# shellcheck source=tests/com/wine-prefix.sh
+source "$here/wine-prefix.sh"
 lumivex_wine_env || exit $?
-source_dir=$(cd "$here/../.." && pwd)
 
 checks=0
 failed=0
-check() {  # check DESCRIPTION COMMAND...
-  local what=$1
+check() {  # check DESCRIPTION COMMAND...: on a failure, what the command printed follows
+  local what=$1 output
   shift
   checks=$((checks + 1))
-  if "$@" >/dev/null 2>&1; then
+  if output=$("$@" 2>&1); then
     echo "ok   $what"
   else
     failed=$((failed + 1))
     echo "FAIL $what"
+    [[ -z $output ]] || sed 's/^/       /' <<<"$output"
   fi
 }
 
 # The identity of the component, as the surface declares it.
-identity=$source_dir/component/surface/identity.h
+identity=$LUMIVEX_SOURCE/component/surface/identity.h
+guid() { grep "$1" "$identity" | grep -oE '[0-9A-F]{8}-[0-9A-F-]{27}'; }
+encoder=$(guid kEncoderClassId) library=$(guid kLibraryId)
+interfaces="$(guid kEncoderInterfaceId) $(guid kRecordInterfaceId)"
 ids=$(grep -oE '"[0-9A-F]{8}-[0-9A-F-]{27}"' "$identity" | tr -d '"')
-[[ $(wc -l <<<"$ids") -eq 5 ]] || { echo "cannot read the GUIDs from $identity" >&2; exit 1; }
-encoder_clsid=$(grep kEncoderClassId "$identity" | grep -oE '[0-9A-F]{8}-[0-9A-F-]{27}')
-library=$(grep kLibraryId "$identity" | grep -oE '[0-9A-F]{8}-[0-9A-F-]{27}')
+[[ $(wc -l <<<"$ids") -eq 5 && -n $encoder && -n $library ]] ||
+  { echo "cannot read the GUIDs from $identity" >&2; exit 1; }
 pattern="$(paste -sd'|' <<<"$ids")|Orbanet_Lumivex_BL"
 
 # Every line of a registry branch that mentions one of our GUIDs or ProgIDs.
@@ -38,42 +40,57 @@ ours() {  # ours ROOT
   iconv -f UTF-16LE -t UTF-8 "$file" 2>/dev/null | tr -d '\r' | grep -iE "$pattern"
   rm -f "$file"
 }
-none_in() { [[ -z $(ours "$1") ]]; }
-has_value() {  # has_value KEY NAME DATA
-  wine reg query "$1" /v "$2" 2>/dev/null | tr -d '\r' | grep -qF "$3"
+none_in() {  # prints what is left
+  local left
+  left=$(ours "$1")
+  [[ -z $left ]] || { echo "$left"; return 1; }
 }
-has_default() {  # has_default KEY DATA
-  wine reg query "$1" /ve 2>/dev/null | tr -d '\r' | grep -qF "$2"
+refuses() { ! "$@"; }
+regsvr32() { wine "$LUMIVEX_REGSVR32" /s "$@" "$LUMIVEX_DLL"; }
+value_is() {  # value_is KEY NAME DATA (NAME empty: the key's default value)
+  local which=(/ve)
+  [[ -n $2 ]] && which=(/v "$2")
+  wine reg query "$1" "${which[@]}" 2>/dev/null | tr -d '\r' | grep -qF "$3"
 }
-machine='HKLM\Software\Classes'
-user='HKCU\Software\Classes'
-clsid_key="$machine\\CLSID\\{$encoder_clsid}"
+# has ROOT: every value a client needs is below ROOT\Software\Classes.
+has() {
+  local clsid="CLSID\\{$encoder}" lib="TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" iid
+  local what key name data
+  while IFS='|' read -r what key name data; do
+    check "$what" value_is "$1\\Software\\Classes\\$key" "$name" "$data"
+  done <<EOF
+InprocServer32 names the DLL|$clsid\\InprocServer32||Orbanet_Lumivex_BL.dll
+ThreadingModel Apartment|$clsid\\InprocServer32|ThreadingModel|Apartment
+the class names its ProgID|$clsid\\ProgID||Orbanet_Lumivex_BL.Encoder
+the class names its type library|$clsid\\TypeLib||{$library}
+ProgID Orbanet_Lumivex_BL.Encoder|Orbanet_Lumivex_BL.Encoder\\CLSID||{$encoder}
+ProgID Orbanet_Lumivex_BL.CError|Orbanet_Lumivex_BL.CError\\CLSID||{
+the type library for win$LUMIVEX_WIDTH|$lib||Orbanet_Lumivex_BL.dll
+$(for iid in $interfaces; do
+    # Marshalled by the automation marshaller from the type library, for hosts of other apartments.
+    echo "interface $iid: marshaller|Interface\\{$iid}\\ProxyStubClsid32||{00020424-0000-0000-C000-000000000046}"
+    echo "interface $iid: type library|Interface\\{$iid}\\TypeLib||{$library}"
+  done)
+EOF
+}
 
-# ---- machine-wide (DllRegisterServer), done by the environment above ----
-check "InprocServer32 names the DLL" has_default "$clsid_key\\InprocServer32" "Orbanet_Lumivex_BL.dll"
-check "ThreadingModel Apartment" has_value "$clsid_key\\InprocServer32" ThreadingModel Apartment
-check "the class names its ProgID" has_default "$clsid_key\\ProgID" "Orbanet_Lumivex_BL.Encoder"
-check "the class names its type library" has_default "$clsid_key\\TypeLib" "{$library}"
-check "ProgID Orbanet_Lumivex_BL.Encoder" has_default "$machine\\Orbanet_Lumivex_BL.Encoder\\CLSID" "{$encoder_clsid}"
-check "ProgID Orbanet_Lumivex_BL.CError" wine reg query "$machine\\Orbanet_Lumivex_BL.CError\\CLSID"
-check "the type library is registered" has_default "$machine\\TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" "Orbanet_Lumivex_BL.dll"
-check "regsvr32 /u" wine "$LUMIVEX_REGSVR32" /s /u "$LUMIVEX_DLL"
+# ---- machine-wide (DllRegisterServer), done by lumivex_wine_env above ----
+has HKLM
+check "regsvr32 /u" regsvr32 /u
 check "no key of ours is left in HKLM" none_in 'HKLM\Software'
 check "nor in HKCU" none_in 'HKCU\Software'
 
 # ---- per user (DllInstall "user"): no administrator rights needed, HKCU only ----
-check "regsvr32 /n /i:user" wine "$LUMIVEX_REGSVR32" /s /n /i:user "$LUMIVEX_DLL"
-check "the class is registered under HKCU" has_default "$user\\CLSID\\{$encoder_clsid}\\InprocServer32" "Orbanet_Lumivex_BL.dll"
-check "the type library under HKCU" has_default "$user\\TypeLib\\{$library}\\7.1\\0\\win$LUMIVEX_WIDTH" "Orbanet_Lumivex_BL.dll"
+check "regsvr32 /n /i:user" regsvr32 /n /i:user
+has HKCU
 check "nothing of ours under HKLM" none_in 'HKLM\Software'
 echo "SKIPPED creating an object from the per-user registration: Wine reads classes from HKLM only"
-check "regsvr32 /u /n /i:user" wine "$LUMIVEX_REGSVR32" /s /u /n /i:user "$LUMIVEX_DLL"
+check "regsvr32 /u /n /i:user" regsvr32 /u /n /i:user
 check "no key of ours is left in HKCU" none_in 'HKCU\Software'
-refuses() { ! "$@"; }
-check "a command line other than user is refused" refuses wine "$LUMIVEX_REGSVR32" /s /n /i:bogus "$LUMIVEX_DLL"
+check "a command line other than user is refused" refuses regsvr32 /n /i:bogus
 check "and writes nothing" none_in 'HKLM\Software'
 
 # Back to the machine-wide registration the other tests use.
-check "regsvr32 again" wine "$LUMIVEX_REGSVR32" /s "$LUMIVEX_DLL"
+check "regsvr32 again" regsvr32
 echo "SUMMARY registration: $checks checks, $failed failed, 1 skipped"
 exit $((failed > 100 ? 100 : failed))

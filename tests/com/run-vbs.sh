@@ -12,8 +12,8 @@ if [[ $# -lt 1 || ! -f $1 ]]; then
   echo "usage: $0 SCRIPT.vbs [ARGS...]" >&2
   exit 2
 fi
-# shellcheck source=tests/com/wine-env.sh
-source "$(dirname "$0")/wine-env.sh"
+# shellcheck source=tests/com/wine-prefix.sh
+source "$(dirname "$0")/wine-prefix.sh"
 lumivex_wine_env || exit $?
 script=$(winepath -w "$(cd "$(dirname "$1")" && pwd)/$(basename "$1")") || exit 2
 shift

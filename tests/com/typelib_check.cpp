@@ -45,6 +45,19 @@ std::map<std::string, MEMBERID> Functions(ITypeInfo* info) {
   return ids;
 }
 
+// The members of a surface table the interface lacks or gives another DISPID; empty when the
+// interface has exactly the table's members with their DISPIDs.
+template <typename Table>
+std::string Mismatched(ITypeInfo* info, const Table& table) {
+  const auto ids = Functions(info);
+  std::string wrong = ids.size() == table.size() ? "" : " (" + std::to_string(ids.size()) + ")";
+  for (const auto& m : table) {
+    const auto found = ids.find(m.name);
+    if (found == ids.end() || found->second != m.dispid) wrong += std::string(" ") + m.name;
+  }
+  return wrong;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -59,64 +72,46 @@ int main(int argc, char** argv) {
                   "LoadTypeLibEx finds the type library in the DLL")) {
     return check.Finish();
   }
-  std::ofstream constants(argv[2], std::ios::binary);
-  constants << "' The enumerations of the type library, read from the DLL by typelib_check.\r\n";
-  std::map<std::string, std::int32_t> values;
-  const UINT count = library->GetTypeInfoCount();
-  for (UINT t = 0; t < count; ++t) {
+  // The enumerations as VBScript constants, from the type library and from the surface tables
+  // (from which the IDL is written, so in the same order).
+  std::string constants;
+  for (UINT t = 0; t < library->GetTypeInfoCount(); ++t) {
     ComPtr<ITypeInfo> info;
     library->GetTypeInfo(t, info.Receive());
     TYPEATTR* a = nullptr;
     info->GetTypeAttr(&a);
-    if (a->typekind == TKIND_ENUM) {
-      for (UINT v = 0; v < a->cVars; ++v) {
-        VARDESC* var = nullptr;
-        info->GetVarDesc(v, &var);
-        const std::string name = Name(info.Get(), var->memid);
-        values[name] = V_I4(var->lpvarValue);
-        constants << "Const " << name << " = " << V_I4(var->lpvarValue) << "\r\n";
-        info->ReleaseVarDesc(var);
-      }
+    for (UINT v = 0; a->typekind == TKIND_ENUM && v < a->cVars; ++v) {
+      VARDESC* var = nullptr;
+      info->GetVarDesc(v, &var);
+      constants += "Const " + Name(info.Get(), var->memid) + " = " +
+                   std::to_string(V_I4(var->lpvarValue)) + "\r\n";
+      info->ReleaseVarDesc(var);
     }
     info->ReleaseTypeAttr(a);
   }
-  std::size_t expected = 0;
-  std::string wrong;
+  std::string declared;
   for (const auto& e : surface::Enumerations()) {
     for (const auto& m : e.members) {
-      ++expected;
-      const auto found = values.find(m.name);
-      if (found == values.end() || found->second != m.value) wrong += std::string(" ") + m.name;
+      declared += "Const " + std::string(m.name) + " = " + std::to_string(m.value) + "\r\n";
     }
   }
-  check.That(values.size() == expected && wrong.empty(),
-             "the " + std::to_string(values.size()) + " enumeration members and their values" +
-                 (wrong.empty() ? "" : ", wrong:" + wrong));
+  check.That(!constants.empty() && constants == declared,
+             "the enumerations, every member with its value, as the surface tables declare them");
+  std::ofstream(argv[2], std::ios::binary)
+      << "' The enumerations of the type library, read from the DLL by typelib_check.\r\n"
+      << constants;
 
   ComPtr<ITypeInfo> encoder;
   ComPtr<ITypeInfo> record;
   library->GetTypeInfoOfGuid(__uuidof(::_Encoder), encoder.Receive());
   library->GetTypeInfoOfGuid(__uuidof(::_CError), record.Receive());
   if (check.That(encoder && record, "the type library holds _Encoder and _CError")) {
-    const auto encoderIds = Functions(encoder.Get());
-    std::string mismatched;
-    for (const auto& m : surface::EncoderMembers()) {
-      const auto found = encoderIds.find(m.name);
-      if (found == encoderIds.end() || found->second != m.dispid)
-        mismatched += " " + std::string(m.name);
-    }
-    check.That(encoderIds.size() == surface::EncoderMembers().size() && mismatched.empty(),
-               "_Encoder: " + std::to_string(encoderIds.size()) +
-                   " members with the DISPIDs of the dispatch" +
-                   (mismatched.empty() ? "" : ", wrong:" + mismatched));
-    const auto recordIds = Functions(record.Get());
-    mismatched.clear();
-    for (const auto& p : surface::RecordProperties()) {
-      const auto found = recordIds.find(p.name);
-      if (found == recordIds.end() || found->second != p.dispid)
-        mismatched += " " + std::string(p.name);
-    }
-    check.That(recordIds.size() == 6 && mismatched.empty(), "_CError: the six properties");
+    const std::string encoderWrong = Mismatched(encoder.Get(), surface::EncoderMembers());
+    check.That(encoderWrong.empty(), "_Encoder: the members with the DISPIDs of the dispatch" +
+                                         (encoderWrong.empty() ? "" : ", wrong:" + encoderWrong));
+    const std::string recordWrong = Mismatched(record.Get(), surface::RecordProperties());
+    check.That(recordWrong.empty(), "_CError: the six properties" +
+                                        (recordWrong.empty() ? "" : ", wrong:" + recordWrong));
   }
   // The version resource says what GetInformation says.
   const DWORD size = GetFileVersionInfoSizeW(dll.c_str(), nullptr);

@@ -1,67 +1,17 @@
 #include "tests/com/window_probe.h"
 
 #include <array>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
 namespace lumivex::wine {
 
-namespace {
-
-struct Search {
-  DWORD process;
-  std::vector<HWND> found;
-};
-
-BOOL CALLBACK Collect(HWND window, LPARAM data) {
-  auto& search = *reinterpret_cast<Search*>(data);  // NOLINT(performance-no-int-to-ptr)
-  DWORD owner = 0;
-  GetWindowThreadProcessId(window, &owner);
-  if (owner == search.process && IsWindowVisible(window) != FALSE && ClassOf(window) == L"#32770") {
-    search.found.push_back(window);
-  }
-  return TRUE;
-}
-
-// Device contexts and bitmaps of the picture, released in reverse order.
-struct Picture {
-  HDC screen = GetDC(nullptr);
-  HDC memory = CreateCompatibleDC(screen);
-  HBITMAP bitmap = nullptr;
-  HGDIOBJ previous = nullptr;
-  Picture() = default;
-  Picture(const Picture&) = delete;
-  Picture& operator=(const Picture&) = delete;
-  Picture(Picture&&) = delete;
-  Picture& operator=(Picture&&) = delete;
-  ~Picture() {
-    if (previous != nullptr) SelectObject(memory, previous);
-    if (bitmap != nullptr) DeleteObject(bitmap);
-    if (memory != nullptr) DeleteDC(memory);
-    if (screen != nullptr) ReleaseDC(nullptr, screen);
-  }
-};
-
-template <typename T>
-void Put(std::ofstream& out, T value) {
-  out.write(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-}  // namespace
-
-std::vector<HWND> DialogsOf(DWORD process) {
-  Search search{process, {}};
-  EnumWindows(&Collect, reinterpret_cast<LPARAM>(&search));
-  return search.found;
-}
-
 HWND FindDialog(DWORD process, const std::wstring& title) {
-  for (HWND dialog : DialogsOf(process)) {
-    if (WindowText(dialog) == title) return dialog;
-  }
-  return nullptr;
+  HWND dialog = FindWindowW(L"#32770", title.c_str());
+  DWORD owner = 0;
+  if (dialog != nullptr) GetWindowThreadProcessId(dialog, &owner);
+  return owner == process && IsWindowVisible(dialog) != FALSE ? dialog : nullptr;
 }
 
 std::wstring WindowText(HWND window) {
@@ -93,13 +43,6 @@ std::vector<std::wstring> ListEntries(HWND comboBox) {
   return entries;
 }
 
-std::wstring SelectedEntry(HWND comboBox) {
-  const auto selected = SendMessageW(comboBox, CB_GETCURSEL, 0, 0);
-  const auto entries = ListEntries(comboBox);
-  if (selected < 0 || static_cast<std::size_t>(selected) >= entries.size()) return {};
-  return entries[static_cast<std::size_t>(selected)];
-}
-
 HWND FocusIn(HWND window) {
   GUITHREADINFO info{};
   info.cbSize = sizeof(info);
@@ -118,44 +61,32 @@ bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
 
 bool SaveWindowPicture(HWND window, const std::wstring& path) {
   RECT r{};
-  if (GetWindowRect(window, &r) == FALSE) return false;
+  GetWindowRect(window, &r);
   const int width = r.right - r.left;
   const int height = r.bottom - r.top;
-  Picture picture;
-  if (picture.screen == nullptr || picture.memory == nullptr || width <= 0 || height <= 0) {
-    return false;
-  }
-  picture.bitmap = CreateCompatibleBitmap(picture.screen, width, height);
-  if (picture.bitmap == nullptr) return false;
-  picture.previous = SelectObject(picture.memory, picture.bitmap);
-  if (BitBlt(picture.memory, 0, 0, width, height, picture.screen, r.left, r.top, SRCCOPY) ==
-      FALSE) {
-    return false;
-  }
-  BITMAPINFOHEADER header{};
-  header.biSize = sizeof(header);
-  header.biWidth = width;
-  header.biHeight = height;  // bottom-up rows, as BMP files hold them
-  header.biPlanes = 1;
-  header.biBitCount = 24;
-  header.biCompression = BI_RGB;
-  const auto stride = static_cast<std::uint32_t>((width * 3 + 3) & ~3);
-  std::vector<char> pixels(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height));
-  SelectObject(picture.memory, picture.previous);
-  picture.previous = nullptr;
-  if (GetDIBits(picture.memory, picture.bitmap, 0, static_cast<UINT>(height), pixels.data(),
-                reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS) == 0) {
-    return false;
-  }
+  HDC screen = GetDC(nullptr);
+  HDC memory = CreateCompatibleDC(screen);
+  HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+  HGDIOBJ previous = SelectObject(memory, bitmap);
+  const bool copied = BitBlt(memory, 0, 0, width, height, screen, r.left, r.top, SRCCOPY) != FALSE;
+  SelectObject(memory, previous);
+  // 24-bit rows, each a multiple of four bytes long, from the bottom up as BMP files hold them.
+  BITMAPINFOHEADER header{sizeof(header), width, height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  std::vector<char> pixels(static_cast<std::size_t>(((width * 3 + 3) & ~3) * height));
+  const bool read = copied && height > 0 &&
+                    GetDIBits(memory, bitmap, 0, static_cast<UINT>(height), pixels.data(),
+                              reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS) == height;
+  DeleteObject(bitmap);
+  DeleteDC(memory);
+  ReleaseDC(nullptr, screen);
+  const DWORD offset = sizeof(BITMAPFILEHEADER) + sizeof(header);
+  const BITMAPFILEHEADER file{0x4D42 /* "BM" */, offset + static_cast<DWORD>(pixels.size()), 0, 0,
+                              offset};
   std::ofstream out(std::filesystem::path(path), std::ios::binary);
-  const std::uint32_t offset = 14 + sizeof(header);
-  Put<std::uint16_t>(out, 0x4D42);  // "BM"
-  Put<std::uint32_t>(out, offset + static_cast<std::uint32_t>(pixels.size()));
-  Put<std::uint32_t>(out, 0);
-  Put<std::uint32_t>(out, offset);
-  Put(out, header);
+  out.write(reinterpret_cast<const char*>(&file), sizeof(file));
+  out.write(reinterpret_cast<const char*>(&header), sizeof(header));
   out.write(pixels.data(), static_cast<std::streamsize>(pixels.size()));
-  return out.good();
+  return read && out.good();
 }
 
 RECT ClientRect(HWND control) {

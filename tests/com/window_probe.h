@@ -13,13 +13,10 @@ namespace lumivex::wine {
 
 // The visible dialog (class #32770) of the process with exactly this title, or null.
 HWND FindDialog(DWORD process, const std::wstring& title);
-// Every visible dialog of the process.
-std::vector<HWND> DialogsOf(DWORD process);
 
 std::wstring WindowText(HWND window);
 std::wstring ClassOf(HWND window);
 std::vector<std::wstring> ListEntries(HWND comboBox);
-std::wstring SelectedEntry(HWND comboBox);
 // The window that has the keyboard focus in the thread that owns the given window.
 HWND FocusIn(HWND window);
 

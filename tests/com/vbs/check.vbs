@@ -30,14 +30,10 @@ End Sub
 
 ' A card operation that must succeed; on failure the record says why.
 Sub CheckOk(rc, encoder, what)
-  If rc = sceSuccess Then
-    Check True, what
-  Else
-    Dim le
-    Set le = encoder.LastError
-    Check False, what & " (rc " & rc & ", " & Hex(le.Number) & " " & le.Description & ", " & _
-      le.ComFunction & " " & le.RdrCommand & " " & le.RdrRetCode & ")"
-  End If
+  Dim le, why: Set le = encoder.LastError
+  If rc <> sceSuccess Then why = " (rc " & rc & ", " & Hex(le.Number) & " " & le.Description & _
+    ", " & le.ComFunction & " " & le.RdrCommand & " " & le.RdrRetCode & ")"
+  Check rc = sceSuccess, what & why
 End Sub
 
 ' Runs a call that must be refused with the given Err.Number (450 wrong count, 13 wrong type...).
