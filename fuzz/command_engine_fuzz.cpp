@@ -2,9 +2,11 @@
 // answers of any length and status word, continuation chains that never end, transport failures,
 // calls that cannot be made, and (when the input says the card knows the key) a real card's
 // answers to a DESFire authentication, so that sessions are reached and enciphered exchanges meet
-// garbage too. The input picks the members and their arguments. Every call returns sceSuccess or
-// sceError, opens and closes its trace, leaves a record that names it with a number exactly when
-// it failed, keeps its frames bounded and never shows a key it was given.
+// garbage too. The calls are a script of the lumivex tool at the front of the input (up to a
+// backslash and one more character), compiled against the automation surface's table. Every call
+// that returns a code returns sceSuccess or sceError, opens and closes its trace, leaves a record
+// that names it with a number exactly when it failed, keeps its frames bounded, fills its text
+// outputs with hexadecimal only, and never shows a key it was given.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
@@ -13,8 +15,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "cli/script_runner.h"
 #include "component/encoder.h"
 #include "component/hex.h"
 #include "crypto/des.h"
@@ -143,75 +147,15 @@ class FuzzedPcsc : public PcscApi {
   Bytes attribute_;
 };
 
-// Hexadecimal digits, sometimes with blanks, small letters or a letter beyond F.
-std::string Hex(FuzzedDataProvider& in, std::size_t most) {
-  static constexpr char kAlphabet[] = "0123456789ABCDEFabcdef G";
-  std::string text(in.ConsumeIntegralInRange<std::size_t>(0, most), '0');
-  const std::size_t letters = in.ConsumeBool() ? 16 : sizeof(kAlphabet) - 1;
-  for (char& c : text) c = kAlphabet[in.ConsumeIntegralInRange<std::size_t>(0, letters - 1)];
-  return text;
+bool IsKey(const surface::ParamInfo& param) {
+  return param.type == surface::ArgType::Text &&
+         std::string_view(param.name).find("Key") != std::string_view::npos;
 }
 
-// The arguments of one member, drawn from the input; outputs start stale.
-struct Args {
-  explicit Args(FuzzedDataProvider& in)
-      : number(in.ConsumeBool() ? in.ConsumeIntegralInRange(-1, 300)
-                                : in.ConsumeIntegral<std::int32_t>()),
-        small(in.ConsumeIntegralInRange(-1, 16)),
-        byte(in.ConsumeIntegral<std::uint8_t>()),
-        hex(in.ConsumeBool()),
-        key(std::array{"FFFFFFFFFFFF", "0000000000000000", "00112233445566778899AABBCCDDEEFF",
-                       ""}[in.ConsumeIntegralInRange(0, 3)]),
-        text(hex ? Hex(in, 200) : in.ConsumeRandomLengthString(200)),
-        app(in.ConsumeBool() ? "A1 B2 C3" : Hex(in, 8)) {
-    if (key.empty()) key = Hex(in, 40);
-  }
-  std::int32_t number, small, value = 0, count = 0;
-  std::uint8_t byte, byte2 = 0;
-  bool hex;
-  std::string key, text, app, out = "stale", out2 = "stale";
-  SCBS_SecurityLevelEnum s0{}, s1{}, s2{};
-  SCSS_SecurityLevelEnum conditions{};
-  Variant info;
-};
-
-struct Member {
-  const char* name;
-  sceReturnCode (*run)(Encoder&, Args&);
-};
-// clang-format off
-#define M(member, ...) Member{#member, [](Encoder& e, [[maybe_unused]] Args& a) { return e.member(__VA_ARGS__); }}
-const Member kMembers[] = {
-    M(ReadSerialNumber, a.out), M(Escape, a.text, a.out), M(EscapeExt, a.text, a.out, a.out2),
-    M(MifareReadDataBloc, a.number, a.key, a.byte, a.out), M(MifareWriteDataBloc, a.number, a.key, a.byte, a.text),
-    M(MifareWriteBytesInBloc, a.number, a.key, a.byte, a.byte2, a.byte, a.text),
-    M(MifareWriteValueBloc, a.number, a.key, a.byte, a.value),
-    M(MifareReadSectorTrailer, a.number, a.key, a.byte, a.byte2, a.s0, a.s1, a.s2, a.conditions, a.byte2),
-    M(MifareWriteSectorTrailer, a.number, a.key, 1, a.key, "A0A1A2A3A4A5", a.byte, SCBS_SecurityLevelEnum(a.small),
-      SCBS_SecurityLevelEnum(a.small), SCBS_SecurityLevelEnum(0), SCSS_SecurityLevelEnum(a.byte & 15), Variant::FromInt32(a.number)),
-    M(MifareReadManufacturerCode, a.key, a.byte, a.value, a.byte2, a.out),
-    M(DESFireSelectRoot, a.key), M(DESFireSelectApplication, a.app, a.small, a.key), M(DESFireFormat),
-    M(DESFireCreateApplication, a.app, DesfireKeySettings(a.number), a.small), M(DESFireDeleteApplication, a.app),
-    M(DESFireGetApplications, a.out), M(DESFireGetVersion, DesfireVersionBytes(a.small * 2 - 2), a.info),
-    M(DESFireChangeKey, a.small, a.key, a.text), M(DESFireGetKeyVersion, a.small, a.value),
-    M(DESFireGetKeySettings, a.value, a.count), M(DESFireChangeKeySettings, DesfireKeySettings(a.number)),
-    M(DESFireGetFileIDs, a.out), M(DESFireCreateStdDataFile, a.small, a.byte & 3, a.small, 0, 14, 15, a.number),
-    M(DESFireCreateValueFile, a.small, a.byte & 3, 0, 1, 2, 3, -100 * a.small, a.number, a.value, a.hex),
-    M(DESFireCreateCyclicRecordFile, a.small, a.byte & 3, 0, 1, 2, 3, a.number, a.small),
-    M(DESFireDeleteFile, a.small), M(DESFireGetFileSettings, a.small, a.out),
-    M(DESFireChangeFileSettings, a.small, a.byte, a.small, 1, 2, 3),
-    M(DESFireWriteData, a.small, a.number, a.byte, a.text, a.hex), M(DESFireReadData, a.small, a.number, a.byte, a.out, a.hex),
-    M(DESFireWriteRecord, a.small, a.number, a.byte, a.text, a.hex),
-    M(DESFireReadRecords, a.small, a.byte, a.number, a.out, a.hex), M(DESFireClearRecordFile, a.small),
-    M(DESFireGetValue, a.small, a.value), M(DESFireDebit, a.small, a.number), M(DESFireCredit, a.small, a.number),
-    M(DESFireLimitedCredit, a.small, a.number), M(DESFireCommitTransaction), M(DESFireAbortTransaction),
-};
-#undef M
-// clang-format on
-
-void Check(const Member& member, const Args& a, sceReturnCode result,
-           const std::vector<std::string>& trace, std::size_t frames, const CError& record) {
-  const std::string name = member.name;
+// What a member that answers with a return code must show after a call.
+void Check(const std::string& name, const surface::MemberInfo& member, const surface::Slots& before,
+           const surface::Slots& after, sceReturnCode result, const std::vector<std::string>& trace,
+           std::size_t frames, const CError& record) {
   const bool ok = result == sceSuccess;
   FUZZ_CHECK(ok || result == sceError);
   FUZZ_CHECK(trace.size() >= 2 && trace.front() == "--> " + name && trace.back() == "<-- " + name);
@@ -223,20 +167,23 @@ void Check(const Member& member, const Args& a, sceReturnCode result,
   // write; a DESFire member a few commands, each chain within the engine's bound of 1024 frames.
   const bool mifare = name.starts_with("Mifare"), desfire = name.starts_with("DESFire");
   FUZZ_CHECK(frames <= (mifare ? 2 : desfire ? 8 * 1024 : 1));
-  if (!desfire) FUZZ_CHECK(a.out == "stale" || (Only(a.out, kHex) && (ok || a.out.empty())));
-  if (name == "EscapeExt")
-    FUZZ_CHECK(ok ? Only(a.out2, kHex) && (a.out2.size() == 4 || a.out2.size() == 2)
-                  : a.out2.empty());
+  for (std::size_t i = 0; i < after.size(); ++i) {
+    const std::string& text = after[i].text;
+    if (desfire || !member.params[i].byReference || member.params[i].type != surface::ArgType::Text)
+      continue;
+    // An output asked for with ? gets hexadecimal digits, and none after a failure.
+    if (before[i].text.empty()) FUZZ_CHECK(Only(text, kHex) && (ok || text.empty()));
+    if (std::string_view(member.params[i].name) == "RetCode")
+      FUZZ_CHECK(ok ? text.size() == 4 || text.size() == 2 : text.empty());
+  }
   // The keys it was given, of eight digits or more without blanks (shorter texts are not masked),
   // never show once the first command is under way.
-  std::vector<std::string> keys;
-  if (mifare || name.starts_with("DESFireSelect")) keys.push_back(a.key);
-  if (name == "DESFireChangeKey") keys.insert(keys.end(), {a.key, a.text});
   const auto sent = std::ranges::find_if(
       trace, [](const std::string& line) { return line.starts_with("--> EncoderCommand("); });
-  for (const std::string& key : keys) {
-    if (key.size() < 8 || key.size() % 2 != 0 || !Only(Compact(key), kHex) ||
-        key.find(' ') != std::string::npos)
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const std::string& key = before[i].text;
+    if (!IsKey(member.params[i]) || key.size() < 8 || key.size() % 2 != 0 ||
+        !Only(Compact(key), kHex) || key.find(' ') != std::string::npos)
       continue;
     for (auto line = sent; line != trace.end(); ++line)
       FUZZ_CHECK(Compact(*line).find(Compact(key)) == std::string::npos);
@@ -247,6 +194,9 @@ void Check(const Member& member, const Args& a, sceReturnCode result,
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider in(data, size);
+  // The calls: a script of the lumivex tool, its words the members' arguments; the rest of the
+  // input is the card.
+  const cli::CompiledScript script = cli::CompileScript(in.ConsumeRandomLengthString(4096));
   auto pcsc = std::make_shared<FuzzedPcsc>(in);
   std::vector<std::string> trace;
   Encoder encoder(Platform{pcsc, std::make_shared<test::FixedRandomHost>(), nullptr});
@@ -255,21 +205,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   encoder.Parameters(std::string("Device=Fuzzed Reader 0;force_reconnect=") +
                      (in.ConsumeBool() ? "1" : "0"));
   encoder.OpenEncoder(0);
-  for (int calls = 0; in.remaining_bytes() > 0 && calls < 32; ++calls) {
-    if (in.ConsumeIntegralInRange(0, 7) == 0) {
-      const sceReturnCode result =
-          in.ConsumeBool() ? encoder.OpenEncoder(0) : encoder.CloseEncoder();
-      FUZZ_CHECK(result == sceSuccess || result == sceError);
-      continue;
-    }
-    const Member& member =
-        kMembers[in.ConsumeIntegralInRange<std::size_t>(0, std::size(kMembers) - 1)];
-    Args args(in);
-    pcsc->NextMember(in.ConsumeBool(), Compact(args.key));
+  for (std::size_t at = 0; at < script.calls.size() && at < 32; ++at) {
+    if (script.calls[at].member == nullptr) continue;  // Get and Set
+    const surface::MemberInfo& member = *script.calls[at].member;
+    surface::Slots slots = script.calls[at].slots;
+    std::string key;
+    for (std::size_t i = 0; i < slots.size() && key.empty(); ++i)
+      if (IsKey(member.params[i])) key = Compact(slots[i].text);
+    pcsc->NextMember(in.ConsumeBool(), key);
     trace.clear();
     const std::size_t before = pcsc->transmits;
-    const sceReturnCode result = member.run(encoder, args);
-    Check(member, args, result, trace, pcsc->transmits - before, encoder.LastError());
+    const surface::CallResult result = member.call(encoder, slots);
+    // The session members trace their arguments; the unprefixed MIFARE members are the Mifare
+    // ones under another name.
+    std::string name = member.name;
+    if (!result.code || name.ends_with("Encoder")) continue;
+    if (surface::FindEncoderMember("Mifare" + name) != nullptr) name = "Mifare" + name;
+    Check(name, member, script.calls[at].slots, slots, *result.code, trace,
+          pcsc->transmits - before, encoder.LastError());
   }
   encoder.SetTraceSink(nullptr);
   return 0;

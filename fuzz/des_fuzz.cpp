@@ -1,7 +1,7 @@
 // The DES class on arbitrary texts, key slots and mode words: the only errors are its own
-// numbered ones, whole-block data survives every chaining mode there and back, ECB and CBC agree
-// with a plain reference over the block primitive, the byte cipher gives what the text class
-// gives, and CRC16 agrees with the byte-wise CRC_A.
+// numbered ones, whole-block data survives every chaining mode and padding word there and back,
+// and the byte cipher gives what the text class gives. (Every chaining's values against OpenSSL,
+// and CRC_A against its byte-wise steps, are the oracle test's.)
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "crypto/des.h"
-#include "crypto/des_block.h"
 #include "crypto/des_cipher.h"
+#include "crypto/hex_codec.h"
 #include "fuzz/fuzz_check.h"
 #include "platform/text/windows_1252_code_page.h"
 
@@ -23,53 +23,9 @@ using namespace lumivex::crypto;
 using Bytes = std::vector<std::uint8_t>;
 using Key = std::array<std::uint8_t, 8>;
 
-template <typename Range>
-std::string Hex(const Range& bytes, bool spaced) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const std::uint8_t b : bytes) {
-    if (spaced && !text.empty()) text += ' ';
-    text += kDigits[b >> 4];
-    text += kDigits[b & 0x0F];
-  }
-  return text;
-}
-
 std::string Compact(std::string text) {
   std::erase(text, ' ');
   return text;
-}
-
-// ECB or CBC over whole blocks, from the block primitive alone.
-std::string Reference(bool decipher, bool cbc, bool triple, const std::array<Key, 3>& keys,
-                      const Key& iv, const Bytes& data) {
-  const DesKeySchedule k1(LoadBlock(keys[0]));
-  const DesKeySchedule k2(LoadBlock(keys[1]));
-  const DesKeySchedule k3(LoadBlock(keys[2]));
-  std::uint64_t chain = cbc ? LoadBlock(iv) : 0;
-  Bytes out(data.size());
-  for (std::size_t at = 0; at < data.size(); at += 8) {
-    const std::uint64_t in = LoadBlock(std::span<const std::uint8_t, 8>(data.data() + at, 8));
-    const std::uint64_t block =
-        decipher
-            ? (triple ? k1.Decrypt(k2.Encrypt(k3.Decrypt(in))) : k1.Decrypt(in)) ^ chain
-            : (triple ? k3.Encrypt(k2.Decrypt(k1.Encrypt(in ^ chain))) : k1.Encrypt(in ^ chain));
-    chain = cbc ? (decipher ? in : block) : 0;
-    StoreBlock(block, std::span<std::uint8_t, 8>(out.data() + at, 8));
-  }
-  return Hex(out, false);
-}
-
-// CRC_A step by step as ISO/IEC 14443-3 writes it, low byte first.
-std::string ReferenceCrc(const Bytes& data) {
-  unsigned crc = 0x6363;
-  for (const std::uint8_t b : data) {
-    unsigned ch = (b ^ crc) & 0xFFU;
-    ch = (ch ^ (ch << 4)) & 0xFFU;
-    crc = ((crc >> 8) ^ (ch << 8) ^ (ch << 3) ^ (ch >> 4)) & 0xFFFFU;
-  }
-  return Hex(Bytes{static_cast<std::uint8_t>(crc & 0xFF), static_cast<std::uint8_t>(crc >> 8)},
-             true);
 }
 
 // Arbitrary text and mode word: a result or a numbered error, nothing else.
@@ -98,11 +54,11 @@ void RoundTrips(FuzzedDataProvider& input, DES& des) {
   std::array<Key, 3> keys{};
   for (std::size_t slot = 0; slot < 3; ++slot) {
     input.ConsumeData(keys[slot].data(), 8);
-    des.Keys(static_cast<std::int16_t>(slot + 1), Hex(keys[slot], true));
+    des.Keys(static_cast<std::int16_t>(slot + 1), FormatHex(keys[slot], true));
   }
   Key iv{};
   if (input.ConsumeBool()) input.ConsumeData(iv.data(), 8);
-  des.InitVector(Hex(iv, false));
+  des.InitVector(FormatHex(iv, false));
   const bool triple = input.ConsumeBool();
   const DesChaining chaining =
       std::array{DesChaining::kEcb, DesChaining::kCbc, DesChaining::kLegacyChain,
@@ -113,32 +69,22 @@ void RoundTrips(FuzzedDataProvider& input, DES& des) {
       (input.ConsumeIntegral<std::int32_t>() & 0xF00);
   Bytes data = input.ConsumeBytes<std::uint8_t>(8 * input.ConsumeIntegralInRange(1, 40));
   data.resize(std::max<std::size_t>((data.size() + 7) / 8 * 8, 8), 0x5A);
-  const std::string plain = Hex(data, false);
+  const std::string plain = FormatHex(data, false);
   const std::string enciphered = des.Encrypt(plain, mode);
   const std::string deciphered = des.Decrypt(plain, mode);
   FUZZ_CHECK(enciphered.size() == plain.size() + data.size() - 1);
-  FUZZ_CHECK(des.Decrypt(Compact(enciphered), mode) == Hex(data, true));
-  FUZZ_CHECK(des.Encrypt(Compact(deciphered), mode) == Hex(data, true));
+  FUZZ_CHECK(des.Decrypt(Compact(enciphered), mode) == FormatHex(data, true));
+  FUZZ_CHECK(des.Encrypt(Compact(deciphered), mode) == FormatHex(data, true));
   // Keys and IV are not carried over from one call to the next.
   FUZZ_CHECK(des.Encrypt(plain, mode) == enciphered);
-  const bool cbc = chaining == DesChaining::kCbc;
-  if (cbc || chaining == DesChaining::kEcb) {
-    FUZZ_CHECK(Compact(enciphered) == Reference(false, cbc, triple, keys, iv, data));
-    FUZZ_CHECK(Compact(deciphered) == Reference(true, cbc, triple, keys, iv, data));
-  }
   // The byte cipher under the same keys and IV.
   DesCipher cipher;
   for (std::size_t slot = 0; slot < 3; ++slot) {
     cipher.SetKey(static_cast<std::int16_t>(slot + 1), keys[slot]);
   }
   cipher.SetInitVector(iv);
-  FUZZ_CHECK(Hex(cipher.Encrypt(data, mode), true) == enciphered);
-  FUZZ_CHECK(Hex(cipher.Decrypt(data, mode), true) == deciphered);
-  // With a zero IV the outer chaining is plain CBC.
-  if (chaining == DesChaining::kChainedCbc && iv == Key{}) {
-    FUZZ_CHECK(Compact(enciphered) == Reference(false, true, triple, keys, iv, data));
-  }
-  FUZZ_CHECK(des.CRC16(plain) == ReferenceCrc(data));
+  FUZZ_CHECK(FormatHex(cipher.Encrypt(data, mode), true) == enciphered);
+  FUZZ_CHECK(FormatHex(cipher.Decrypt(data, mode), true) == deciphered);
 }
 
 // Every target form of some bytes converts back to the same bytes.
@@ -152,9 +98,9 @@ void Conversions(FuzzedDataProvider& input, DES& des) {
     FUZZ_CHECK(std::get<Bytes>(des.ConvertData(formed, ConvertMode(form, kByteArray))) == bytes);
   }
   FUZZ_CHECK(std::get<std::string>(des.ConvertData(bytes, ConvertMode(kByteArray, kSpacedHex))) ==
-             Hex(bytes, true));
+             FormatHex(bytes, true));
   FUZZ_CHECK(std::get<std::string>(des.ConvertData(bytes, ConvertMode(kByteArray, kCompactHex))) ==
-             Hex(bytes, false));
+             FormatHex(bytes, false));
 }
 
 }  // namespace

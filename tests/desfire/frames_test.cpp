@@ -174,32 +174,14 @@ TEST_F(DesfireFrames, TraceShowsNoKeyNorSecretOfTheSession) {
   }
 }
 
-// Plain text (IsDataHexaString false) is one byte a character in the code page (Windows-1252 in
-// the tests): every byte reads as a character and writes back unchanged, and a character with no
-// one-byte form is refused before anything is sent.
-TEST_F(DesfireFrames, PlainTextIsOneByteACharacterInTheCodePage) {
-  ExpectSettings("01", "00");
-  pcsc.Expect("903D000009 01 000000 020000 E9FC 00", "9100");
-  EXPECT_EQ(e.DESFireWriteData(1, 0, 0, "\xC3\xA9\xC3\xBC", false), sceSuccess);  // "éü"
-
-  ExpectSettings("02", "03");
-  pcsc.Expect("90BB000007 02 000000 000100 00", Bytes(256) + "9100");
-  std::string text;
-  ASSERT_EQ(e.DESFireReadRecords(2, 0, 256, text, false), sceSuccess);
-  EXPECT_EQ(text.substr(0x80 * 1, 3), "\xE2\x82\xAC");  // byte 80 is €, in UTF-8
-  ExpectSettings("02", "03");
-  pcsc.Expect("903B000034 02 000000 000100" + Bytes(45) + "00", "91AF");
-  for (const int first : {45, 104, 163})
-    pcsc.Expect("90AF00003B" + Bytes(59, first) + "00", "91AF");
-  pcsc.Expect("90AF000022" + Bytes(34, 222) + "00", "9100");
-  EXPECT_EQ(e.DESFireWriteRecord(2, 0, 0, text, false), sceSuccess);
-  EXPECT_EQ(pcsc.PendingFrames(), 0u);
-
-  const std::size_t sent = pcsc.frames().size();
+// Plain text (IsDataHexaString false) is one byte a character in the code page (the conversion
+// test has every byte's character, the script runner's test a text written and read back on the
+// simulator): a character with no one-byte form is refused before anything is sent.
+TEST_F(DesfireFrames, PlainTextOutsideTheCodePageIsRefusedBeforeSending) {
   ExpectError(e, e.DESFireWriteData(1, 0, 0, "ok \xE4\xB8\xAD", false), err::kNotInCodePage);
   EXPECT_EQ(e.LastError().Description(), "Character not in the code page: U+4E2D");
   EXPECT_EQ(e.LastError().ComFunction(), "DESFireWriteData");
-  EXPECT_EQ(pcsc.frames().size(), sent);
+  EXPECT_TRUE(pcsc.frames().empty());
 }
 
 // The version is read once and kept for the encoder's life. The storage code: 2^(n/2) when even,

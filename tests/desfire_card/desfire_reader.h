@@ -13,18 +13,15 @@
 #include <string_view>
 #include <vector>
 
+#include "crypto/hex_codec.h"
 #include "sim/desfire/desfire_card.h"
 
 namespace desfire_test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline Bytes Hex(std::string text) {
-  std::erase(text, ' ');
-  Bytes out;
-  for (std::size_t i = 0; i + 1 < text.size(); i += 2)
-    out.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
-  return out;
+inline Bytes Hex(const std::string& text) {
+  return lumivex::crypto::ParseHex(text, lumivex::crypto::Separators::kSkipped);
 }
 
 template <typename... More>

@@ -54,8 +54,6 @@ struct Operation {
 const std::vector<Operation> kOperations = {
     {"ReadSerialNumber", false, 1, false, 0, true,
      [](E& e, S& out) { return e.ReadSerialNumber(out); }},
-    {"ReadSerialNumber", true, 1, false, 0, true,
-     [](E& e, S& out) { return e.ReadSerialNumber(out); }},
     {"EscapeExt", false, 1, false, 0, true,
      [](E& e, S& out) {
        S sw;

@@ -6,21 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "crypto/hex_codec.h"
+
 namespace lumivex::sim::test {
 
 inline std::vector<std::uint8_t> Bytes(const std::string& hex) {
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
+  return crypto::ParseHex(hex);
 }
 
 inline std::string Hex(std::span<const std::uint8_t> bytes) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const std::uint8_t b : bytes) text += {kDigits[b >> 4], kDigits[b & 0x0F]};
-  return text;
+  return crypto::FormatHex(bytes, false);
 }
 
 // The status word at the end of an answer.

@@ -7,6 +7,8 @@
 #include <cctype>
 #include <cstring>
 
+#include "crypto/hex_codec.h"
+
 namespace lumivex::test {
 
 namespace {
@@ -17,24 +19,6 @@ constexpr std::array kCallNames = {LUMIVEX_PCSC_CALLS(LUMIVEX_CALL_NAME)};
 
 const char* Name(PcscCall call) {
   return kCallNames.at(static_cast<std::size_t>(call));
-}
-
-std::vector<std::uint8_t> Bytes(const std::string& compactHex) {
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t i = 0; i + 1 < compactHex.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(compactHex.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
-std::string Hex(const std::uint8_t* bytes, std::size_t count) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) {
-    text += kDigits[bytes[i] >> 4];
-    text += kDigits[bytes[i] & 0x0F];
-  }
-  return text;
 }
 
 // Copies a value into a caller's buffer the way PC/SC does: null asks for the length only.
@@ -67,7 +51,7 @@ std::string ScriptedPcsc::Compact(std::string_view hex) {
 }
 
 void ScriptedPcsc::SetAtr(const std::string& atrHex) {
-  atr_ = Bytes(Compact(atrHex));
+  atr_ = crypto::ParseHex(Compact(atrHex));
 }
 
 void ScriptedPcsc::SetTextAttribute(PcscDword id, const std::string& text) {
@@ -184,7 +168,7 @@ PcscLong ScriptedPcsc::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
                                 const std::uint8_t* sendBuffer, PcscDword sendLength,
                                 PcscIoRequest* recvPci, std::uint8_t* recvBuffer,
                                 PcscDword* recvLength) {
-  const std::string frame = Hex(sendBuffer, sendLength);
+  const std::string frame = crypto::FormatHex({sendBuffer, sendLength}, false);
   frames_.push_back(frame);
   transmits_.push_back({*sendPci, recvPci != nullptr, *recvLength});
   if (const auto code = Begin(PcscCall::Transmit, frame)) return ScardResult(*code);
@@ -207,7 +191,7 @@ PcscLong ScriptedPcsc::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
     ADD_FAILURE() << "unexpected frame " << frame << " (the script is exhausted)";
     answer = "6F00";
   }
-  return Answer(Bytes(answer), recvBuffer, recvLength);
+  return Answer(crypto::ParseHex(answer), recvBuffer, recvLength);
 }
 
 }  // namespace lumivex::test
