@@ -167,15 +167,15 @@ TEST_F(DesfireCardLife, ValuesAndTransactions) {
 }
 
 // Every operation runs in one shared frame: its own trace lines around it and, on success, a
-// cleared record that names it. One operation of each family is enough to see the frame.
+// cleared record that names it. Here an operation after a failure, and a selection, which frames
+// its authentication; that every member names itself is the engine fuzzer's check, which its seeds
+// make for each member they call.
 TEST_F(DesfireCardLife, EachOperationIsFramedAndNamedOnSuccess) {
+  Fails(e.DESFireCommitTransaction(), err::kNoChanges, "910C");
   const std::pair<std::string, std::function<sceReturnCode()>> steps[] = {
       {"DESFireCreateValueFile",
        [&] { return e.DESFireCreateValueFile(3, 0, 0, 0, 0, 0, 0, 99, 50, true); }},
-      {"DESFireCredit", [&] { return e.DESFireCredit(3, 1); }},
-      {"DESFireCommitTransaction", [&] { return e.DESFireCommitTransaction(); }},
       {"DESFireSelectRoot", [&] { return e.DESFireSelectRoot(kFactoryKey); }},
-      {"DESFireFormat", [&] { return e.DESFireFormat(); }},
   };
   for (const auto& [name, call] : steps) {
     bench.trace.clear();

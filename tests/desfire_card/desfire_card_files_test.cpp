@@ -54,7 +54,6 @@ TEST_F(DesfireCardFiles, LongTransfersTravelIn52And59ByteFrames) {
   EXPECT_EQ(std::vector<std::size_t>({first.data.size(), second.data.size(), third.data.size()}),
             std::vector<std::size_t>({59, 59, 32}));
   EXPECT_EQ(r.Run(0xBD, Hex("05 960000 000000")).data, Cat(Bytes(10, 0x5A), Bytes(40, 0)));
-  EXPECT_EQ(Send(0xBD, "05 BE0000 0B0000"), 0x91BE);
   // A short frame that leaves the data incomplete is a length error.
   EXPECT_EQ(r.Frame(0x3D, Cat(Hex("05 000000 0A0000"), Bytes(5, 1))).sw, 0x917E);
 }
@@ -76,22 +75,16 @@ TEST_F(DesfireCardFiles, MacedAndEncipheredFilesSecureTheirData) {
   EXPECT_EQ(CbcDecipher(r.session, r.Run(0xBD, Hex("02 000000 0A0000")).data), Pad8(withCrc));
 }
 
-TEST_F(DesfireCardFiles, ChangeFileSettingsPlainWhenFreeEncipheredWithTheChangeKey) {
-  ASSERT_EQ(Send(0xCD, "01 00 EE EE 10 00 00"), 0x9100);
+// A change that is free goes plain and one that needs the change key enciphered, the plain form
+// then refused with the session kept: the Encoder's card life walks both. What stays here is
+// what it never meets: a change right of "never", a missing authentication, a wrong CRC.
+TEST_F(DesfireCardFiles, ChangeFileSettingsRefusals) {
   ASSERT_EQ(Send(0xCD, "02 00 E2 EE 10 00 00"), 0x9100);
   ASSERT_EQ(Send(0xCD, "03 00 EF EE 10 00 00"), 0x9100);
-  EXPECT_EQ(Send(0x5F, "01 01 E2 12"), 0x9100);
-  EXPECT_EQ(r.Run(0xF5, {1}).data, Hex("00 01 E2 12 10 00 00"));
   EXPECT_EQ(Send(0x5F, "03 00 EE EE"), 0x919D);
   EXPECT_EQ(Send(0x5F, "02 00 EE EE"), 0x91AE);
   ASSERT_EQ(r.Authenticate(2, kZero), 0x9100);
-  // The plain frame is refused for its length; the session stays for the enciphered one.
-  EXPECT_EQ(Send(0x5F, "02 03 E2 34"), 0x917E);
   const Bytes settings = Hex("03 E2 34");
-  EXPECT_EQ(
-      r.Run(0x5F, Cat({2}, SendMode(r.session, Cat(settings, Crc(settings), Bytes(3, 0))))).sw,
-      0x9100);
-  EXPECT_EQ(r.Run(0xF5, {2}).data, Hex("00 03 E2 34 10 00 00"));
   EXPECT_EQ(r.Run(0x5F, Cat({2}, SendMode(r.session, Cat(settings, Hex("00 00"))))).sw, 0x911E);
 }
 

@@ -41,10 +41,9 @@ TEST(DesfireCardKeys, ChangeKeyRightsFollowTheApplicationKeySettings) {
   }
 }
 
-TEST(DesfireCardKeys, KeyVersionAndIntegrityOfTheChangeKeyCryptogram) {
-  Reader r;
-  ASSERT_EQ(r.Run(0xCA, Cat(kAid, Bytes{0x0F, 3})).sw, 0x9100);
-  ASSERT_EQ(r.Run(0x5A, kAid).sw, 0x9100);
+using DesfireCardKeysInApplication = InApplication;
+
+TEST_F(DesfireCardKeysInApplication, KeyVersionAndIntegrityOfTheChangeKeyCryptogram) {
   ASSERT_EQ(r.Authenticate(0, kZero), 0x9100);
   // The version travels in the parity bits of the first half: 0,1,1,1,1,1,1,1.
   const Bytes versioned = Hex("1023456789ABCDEFFEDCBA9876543210");

@@ -205,7 +205,6 @@ TEST(MifareCard, CardAndReaderFailuresNameTheOperation) {
   // clang-format off
   const std::tuple<std::int32_t, std::string, std::int32_t, std::string, std::string> cases[] = {
       {4, "000000000000", err::kCommandFailed, "Encoder command failed", transmit},  // wrong key
-      {64, kFactoryKey, err::kCommandFailed, "Encoder command failed", transmit},    // not on a 1K card
       {4, kFactoryKey, err::kEncoderEmpty, "No card in encoder", "SCardConnect"},
       {4, kFactoryKey, err::kEncoderClosed, "Encoder is closed", "SelectCardInRange"}};
   // clang-format on
@@ -225,20 +224,6 @@ TEST(MifareCard, CardAndReaderFailuresNameTheOperation) {
                    "MifareReadDataBloc:" + rdrCommand);
     EXPECT_EQ(contents, "");
   }
-}
-
-TEST(MifareCard, CardRefusesKeyAWhereOnlyKeyBMayWrite) {
-  Station station;
-  ASSERT_EQ(station.WriteSector1(2, {scbs_A_Read + scbs_B_ReadWrite, 12, 12, 12}), sceSuccess);
-  station.Expect(0, "", "MifareWriteSectorTrailer");
-  std::string data(32, '5');
-  EXPECT_EQ(station.encoder.MifareWriteDataBloc(4, kKeyA, 1, data), sceError);
-  station.Expect(err::kCommandFailed, "Encoder command failed", "MifareWriteDataBloc",
-                 "EncoderCommand:SCardTransmit:MifareClassicWrite");
-  EXPECT_EQ(station.encoder.LastError().RdrRetCode(), "6982");
-  EXPECT_EQ(station.encoder.MifareWriteDataBloc(4, kKeyB, 2, data), sceSuccess);
-  station.Expect(0, "", "MifareWriteDataBloc");
-  EXPECT_EQ(station.Read(4, kKeyA), data);
 }
 
 }  // namespace

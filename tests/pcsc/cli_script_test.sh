@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# lumivex script through pcscd and the virtual MIFARE card: the JSON answers of a short session,
-# and a syntax error that must stop the script before anything reaches the card.
+# lumivex script through pcscd and the virtual MIFARE card: the tool's exit statuses for a session
+# with a failed call and for a script with a syntax error, and a co-process answering each line as
+# it comes through a real pipe. (What each answer holds, and that a script with a syntax error runs
+# nothing, are the script runner's unit tests.)
 set -euo pipefail
 lumivex=$1
 reader="Lumivex Sim 00 00"
@@ -12,26 +14,18 @@ tool=("$lumivex" --protocol 1)
 
 out=$("${tool[@]}" --reader "$reader" --json script - <<'SCRIPT'
 OpenEncoder 0
-ReadSerialNumber ?
 MifareWriteDataBloc 9 FFFFFFFFFFFF 1 "01 23 45 67 89 AB CD EF 01 23 45 67 89 AB CD EF"
 MifareReadDataBloc 9 FFFFFFFFFFFF 1 ?
 MifareReadDataBloc 200 FFFFFFFFFFFF 1 ?
-Get EncoderState
 CloseEncoder
 SCRIPT
 ) && status=0 || status=$?
 echo "$out"
 [ "$status" -eq 1 ] || fail "one call fails, so the exit status is 1 (got $status)"
-grep -qx '{"member": "OpenEncoder", "result": 0, "outputs": {}}' <<<"$out" || fail "open"
-grep -q '"member": "ReadSerialNumber", "result": 0, "outputs": {"SerialNumber": "[0-9A-F]\{8\}"}' <<<"$out" \
-  || fail "serial number"
 grep -q '"member": "MifareReadDataBloc", "result": 0, "outputs": {"BlocContents": "0123456789ABCDEF0123456789ABCDEF"}' <<<"$out" \
   || fail "read back"
-grep -q '"result": 2, .*"NumberHex": "90010F04".*"RdrRetCode": "6A82"' <<<"$out" || fail "block outside the card"
-grep -qx '{"member": "EncoderState", "value": 3}' <<<"$out" || fail "state"
 
-# A script file with a syntax error on line 3: exit status 2, nothing run (the card keeps its
-# block).
+# A script file with a syntax error on line 3: exit status 2.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cat >"$work/bad.txt" <<'SCRIPT'
@@ -43,12 +37,6 @@ if "${tool[@]}" --reader "$reader" script "$work/bad.txt" >/dev/null 2>"$work/er
 then fail "a syntax error must fail"; else status=$?; fi
 [ "$status" -eq 2 ] || fail "syntax error exit status 2 (got $status)"
 grep -q "^line 3: " "$work/err.txt" || fail "the error names line 3"
-out=$("${tool[@]}" --reader "$reader" script - <<'SCRIPT'
-OpenEncoder 0
-MifareReadDataBloc 9 FFFFFFFFFFFF 1 ?
-SCRIPT
-)
-grep -q "BlocContents = 0123456789ABCDEF0123456789ABCDEF" <<<"$out" || fail "nothing was written"
 
 # A co-process: each line is answered before the next is sent, standard input still open.
 coproc station { "${tool[@]}" --reader "$reader" --json script -; }

@@ -113,8 +113,12 @@ PcscLong ScriptedPcsc::ReleaseContext(PcscContext context) {
 }
 
 PcscLong ScriptedPcsc::ListReaders(PcscContext /*context*/, char* readers, PcscDword* length) {
-  if (const auto code = Begin(PcscCall::ListReaders)) return ScardResult(*code);
-  const std::string list = std::string(kReaderName) + '\0' + '\0';
+  if (const auto code = Begin(PcscCall::ListReaders, readers == nullptr ? "length" : "")) {
+    return ScardResult(*code);
+  }
+  if (readerLists.size() > 1 && readers != nullptr) readerLists.erase(readerLists.begin());
+  const std::string list =
+      readerLists.empty() ? std::string(kReaderName) + '\0' + '\0' : readerLists.front();
   return Answer({list.begin(), list.end()}, reinterpret_cast<std::uint8_t*>(readers), length);
 }
 

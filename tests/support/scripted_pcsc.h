@@ -7,7 +7,8 @@
 //
 // Frames are compared as hexadecimal text (blanks and case ignored). A frame that does not match
 // the script is a test failure (reported through GoogleTest) and is answered 6F 00. Every call is
-// logged ("Connect", "Transmit FFCA000000", ...) for tests that check what did or did not happen.
+// logged ("Connect", "Transmit FFCA000000", "ListReaders length" when only the length is asked,
+// ...) for tests that check what did or did not happen.
 #pragma once
 
 #include <cstdint>
@@ -47,6 +48,9 @@ class ScriptedPcsc : public PcscApi {
     attributes_[id] = std::move(value);
   }
   void SetTextAttribute(PcscDword id, const std::string& text);  // stored with its final zero
+  // The multi-strings ListReaders serves, in turn: the next one when a reader arrives between the
+  // call for the length and the call for the list. None: the scripted reader alone.
+  std::vector<std::string> readerLists;
 
   // ---- Results of the next calls of a kind (afterwards the calls behave normally) ----
   void QueueResult(PcscCall call, std::uint32_t code) { results_[call].push_back(code); }
