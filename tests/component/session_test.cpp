@@ -74,13 +74,22 @@ TEST(OpenEncoder, ReportsAnEmptyReaderAndContextAndConnectionFailures) {
                             Text(scard::E_NO_SMARTCARD)));
   EXPECT_EQ(bench.encoder.EncoderState(), sceOpened);
   bench.encoder.CloseEncoder();
+  // A card the reader cannot use, or one taken away, is an empty reader too.
+  for (const auto code :
+       {scard::E_UNKNOWN_CARD, scard::E_CARD_UNSUPPORTED, scard::W_REMOVED_CARD}) {
+    bench.pcsc->QueueResult(PcscCall::Connect, code);
+    EXPECT_EQ(bench.encoder.OpenEncoder(0), sceSuccess);
+    EXPECT_EQ(Record(bench.encoder), std::make_tuple(err::kEncoderEmpty, "No card in encoder",
+                                                     "OpenEncoder", "SCardConnect", Text(code)));
+    bench.encoder.CloseEncoder();
+  }
   bench.pcsc->QueueResult(PcscCall::EstablishContext, scard::E_NO_SERVICE);
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceError);
   EXPECT_EQ(Record(bench.encoder),
             std::make_tuple(err::kCannotEstablish, "Cannot open encoder", "OpenEncoder",
                             "OpenEncoder:SCardEstablishContext", Text(scard::E_NO_SERVICE)));
   EXPECT_EQ(record.LastDllError(), static_cast<std::int32_t>(scard::E_NO_SERVICE));
-  EXPECT_EQ(bench.host->waits(), 1);  // only the open that reached the reader waited
+  EXPECT_EQ(bench.host->waits(), 4);  // only the opens that reached the reader waited
 
   bench.encoder.Parameters("Device=Elsewhere");  // SCARD_E_UNKNOWN_READER
   EXPECT_EQ(bench.encoder.OpenEncoder(0), sceError);
