@@ -40,8 +40,17 @@ sceReturnCode Encoder::MifareReadSectorTrailer(
     std::int32_t SectorNumber, const std::string& Key, std::uint8_t KeyType, std::uint8_t& KeysUsed,
     SCBS_SecurityLevelEnum& Security0, SCBS_SecurityLevelEnum& Security1,
     SCBS_SecurityLevelEnum& Security2, SCSS_SecurityLevelEnum& Conditions, std::uint8_t& BX) {
-  return parts_->mifare.ReadSectorTrailer(SectorNumber, Key, KeyType, KeysUsed, Security0,
-                                          Security1, Security2, Conditions, BX);
+  TrailerLevels trailer;
+  const sceReturnCode result =
+      parts_->mifare.ReadSectorTrailer(SectorNumber, Key, KeyType, trailer);
+  if (result == sceError) return result;  // the outputs keep what they held
+  KeysUsed = trailer.keysUsed;
+  Security0 = trailer.blocks[0];
+  Security1 = trailer.blocks[1];
+  Security2 = trailer.blocks[2];
+  Conditions = trailer.conditions;
+  BX = trailer.bx;
+  return result;
 }
 
 sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
@@ -52,8 +61,9 @@ sceReturnCode Encoder::MifareWriteSectorTrailer(std::int32_t SectorNumber, const
                                                 SCBS_SecurityLevelEnum Security2,
                                                 SCSS_SecurityLevelEnum Conditions,
                                                 const std::optional<Variant>& BX) {
-  return parts_->mifare.WriteSectorTrailer(SectorNumber, Key, KeyType, KeyA, KeyB, KeysToUse,
-                                           Security0, Security1, Security2, Conditions, BX);
+  return parts_->mifare.WriteSectorTrailer(
+      SectorNumber, Key, KeyType, KeyA, KeyB,
+      {KeysToUse, {Security0, Security1, Security2}, Conditions, BX});
 }
 
 void Encoder::MifareSetAccessCondition(std::int32_t AccessConditionNumber,

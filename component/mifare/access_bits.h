@@ -18,10 +18,8 @@ using AccessBytes = std::array<std::uint8_t, 3>;
 // an empty entry keeps the default.
 using AccessConditionTable = std::array<std::string, 10>;
 
-// Block masks of the four blocks of a sector.
-constexpr int kBlock0Mask = 1;
-constexpr int kBlock1Mask = 2;
-constexpr int kBlock2Mask = 4;
+// Block masks of the four blocks of a sector: the three data blocks, then the trailer.
+constexpr std::array<int, 3> kBlockMasks{1, 2, 4};
 constexpr int kTrailerMask = 8;
 
 // Status of a level conversion.

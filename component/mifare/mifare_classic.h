@@ -23,6 +23,24 @@ namespace crypto {
 class DES;
 }
 
+// A sector trailer in the host's terms: the keys its levels use, the levels of the sector's three
+// data blocks and of the trailer itself, and the general-purpose byte BX.
+struct TrailerLevels {
+  std::uint8_t keysUsed = 0;
+  std::array<SCBS_SecurityLevelEnum, 3> blocks{scbs_A_Nothing, scbs_A_Nothing, scbs_A_Nothing};
+  SCSS_SecurityLevelEnum conditions = scss_A_Nothing;
+  std::uint8_t bx = 0;
+};
+
+// What a trailer write asks for besides the keys: a level of -1 keeps the one the card holds, and
+// so does a BX left out.
+struct TrailerRequest {
+  std::uint8_t keysToUse = 0;
+  std::array<SCBS_SecurityLevelEnum, 3> blocks{};
+  SCSS_SecurityLevelEnum conditions{};
+  std::optional<Variant> bx;
+};
+
 class MifareClassic {
  public:
   MifareClassic(Reporting& reporting, ReaderSession& session, CommandEngine& engine,
@@ -45,19 +63,11 @@ class MifareClassic {
   sceReturnCode WriteValueBloc(std::int32_t BlocNumber, const std::string& Key,
                                std::uint8_t KeyType, std::int32_t Value);
   sceReturnCode ReadSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
-                                  std::uint8_t KeyType, std::uint8_t& KeysUsed,
-                                  SCBS_SecurityLevelEnum& Security0,
-                                  SCBS_SecurityLevelEnum& Security1,
-                                  SCBS_SecurityLevelEnum& Security2,
-                                  SCSS_SecurityLevelEnum& Conditions, std::uint8_t& BX);
+                                  std::uint8_t KeyType, TrailerLevels& trailer);
+  // The new keys stay apart from the levels: they are secrets, wiped where they are copied.
   sceReturnCode WriteSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
                                    std::uint8_t KeyType, const std::string& KeyA,
-                                   const std::string& KeyB, std::uint8_t KeysToUse,
-                                   SCBS_SecurityLevelEnum Security0,
-                                   SCBS_SecurityLevelEnum Security1,
-                                   SCBS_SecurityLevelEnum Security2,
-                                   SCSS_SecurityLevelEnum Conditions,
-                                   const std::optional<Variant>& BX);
+                                   const std::string& KeyB, const TrailerRequest& request);
   void SetAccessCondition(std::int32_t AccessConditionNumber, const std::string& NewValue);
 
  private:

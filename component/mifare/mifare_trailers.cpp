@@ -32,10 +32,8 @@ sceReturnCode MifareClassic::WriteValueBloc(std::int32_t BlocNumber, const std::
   });
 }
 
-sceReturnCode MifareClassic::ReadSectorTrailer(
-    std::int32_t SectorNumber, const std::string& Key, std::uint8_t KeyType, std::uint8_t& KeysUsed,
-    SCBS_SecurityLevelEnum& Security0, SCBS_SecurityLevelEnum& Security1,
-    SCBS_SecurityLevelEnum& Security2, SCSS_SecurityLevelEnum& Conditions, std::uint8_t& BX) {
+sceReturnCode MifareClassic::ReadSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
+                                               std::uint8_t KeyType, TrailerLevels& trailer) {
   Operation operation(reporting_, {.name = "MifareReadSectorTrailer"});
   return operation.Run([&] {
     std::string block;  // key B shows in it when the access bits let it be read
@@ -52,25 +50,22 @@ sceReturnCode MifareClassic::ReadSectorTrailer(
     // Bytes 7 and 8 hold C1, C2 and C3 plainly; byte 6 (inverted copies) is not read.
     const std::uint8_t byte7 = HexByteAt(digits, 14);
     const std::uint8_t byte8 = HexByteAt(digits, 16);
-    Security0 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 0));
-    Security1 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 1));
-    Security2 = mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, 2));
-    const int trailer = mifare::AccessPattern(byte7, byte8, 3);
-    KeysUsed = mifare::TrailerKeysUsedOfPattern(trailer);
-    Conditions = mifare::TrailerLevelOfPattern(trailer);
-    BX = HexByteAt(digits, 18);
+    for (int bloc = 0; bloc < 3; ++bloc) {
+      trailer.blocks.at(static_cast<std::size_t>(bloc)) =
+          mifare::DataBlockLevelOfPattern(mifare::AccessPattern(byte7, byte8, bloc));
+    }
+    const int pattern = mifare::AccessPattern(byte7, byte8, 3);
+    trailer.keysUsed = mifare::TrailerKeysUsedOfPattern(pattern);
+    trailer.conditions = mifare::TrailerLevelOfPattern(pattern);
+    trailer.bx = HexByteAt(digits, 18);
     return Succeeded();
   });
 }
 
 sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const std::string& Key,
                                                 std::uint8_t KeyType, const std::string& KeyA,
-                                                const std::string& KeyB, std::uint8_t KeysToUse,
-                                                SCBS_SecurityLevelEnum Security0,
-                                                SCBS_SecurityLevelEnum Security1,
-                                                SCBS_SecurityLevelEnum Security2,
-                                                SCSS_SecurityLevelEnum Conditions,
-                                                const std::optional<Variant>& BX) {
+                                                const std::string& KeyB,
+                                                const TrailerRequest& request) {
   static constexpr const char* kName = "MifareWriteSectorTrailer";
   Operation operation(reporting_, {.name = kName});
   return operation.Run([&] {
@@ -85,14 +80,15 @@ sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const
     if (!IsHexString(keyA, kKeyDigits) || !IsHexString(keyB, kKeyDigits)) {
       return refuse(failure::kKeyNot12Hex);
     }
-    const std::array<std::int32_t, 4> levels{Security0, Security1, Security2, Conditions};
+    const std::array<std::int32_t, 4> levels{request.blocks[0], request.blocks[1],
+                                             request.blocks[2], request.conditions};
     if (std::any_of(levels.begin(), levels.end(),
                     [](std::int32_t level) { return level < -1 || level > 15; })) {
       return refuse(failure::kInvalidSecurity);
     }
     std::optional<std::uint8_t> bx;
-    if (BX.has_value()) {
-      bx = BX->ToByte();
+    if (request.bx.has_value()) {
+      bx = request.bx->ToByte();
       if (!bx.has_value()) return refuse(failure::kIncorrectBX);
     }
     const std::int32_t trailerBloc = mifare::SectorTrailerBloc(SectorNumber);
@@ -100,16 +96,8 @@ sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const
     reporting_.trace.RememberSecret(keyA);
     reporting_.trace.RememberSecret(keyB);
 
-    std::uint8_t currentKeysUsed = 0;
-    auto current0 = scbs_A_Nothing;
-    auto current1 = scbs_A_Nothing;
-    auto current2 = scbs_A_Nothing;
-    auto currentConditions = scss_A_Nothing;
-    std::uint8_t currentBx = 0;
-    if (ReadSectorTrailer(SectorNumber, Key, KeyType, currentKeysUsed, current0, current1, current2,
-                          currentConditions, currentBx) == sceError) {
-      return Failed();
-    }
+    TrailerLevels current;
+    if (ReadSectorTrailer(SectorNumber, Key, KeyType, current) == sceError) return Failed();
     const auto keep = [](std::int32_t given, std::int32_t current) {
       return given == -1 ? current : given;
     };
@@ -120,15 +108,15 @@ sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const
     // every byte), so nothing of the bytes as read survives the conversion.
     mifare::AccessBytes access{};
     const std::int32_t firstBloc = trailerBloc - 3;
-    const std::array<int, 4> statuses{
-        mifare::DataBlockLevelToBits(keep(Security0, current0), KeysToUse, mifare::kBlock0Mask,
-                                     access, isValueBloc(firstBloc), accessConditions_),
-        mifare::DataBlockLevelToBits(keep(Security1, current1), KeysToUse, mifare::kBlock1Mask,
-                                     access, isValueBloc(firstBloc + 1), accessConditions_),
-        mifare::DataBlockLevelToBits(keep(Security2, current2), KeysToUse, mifare::kBlock2Mask,
-                                     access, isValueBloc(firstBloc + 2), accessConditions_),
-        mifare::TrailerLevelToBits(keep(Conditions, currentConditions), KeysToUse,
-                                   mifare::kTrailerMask, access)};
+    std::array<int, 4> statuses{};
+    for (std::size_t bloc = 0; bloc < 3; ++bloc) {
+      statuses.at(bloc) = mifare::DataBlockLevelToBits(
+          keep(request.blocks.at(bloc), current.blocks.at(bloc)), request.keysToUse,
+          mifare::kBlockMasks.at(bloc), access,
+          isValueBloc(firstBloc + static_cast<std::int32_t>(bloc)), accessConditions_);
+    }
+    statuses[3] = mifare::TrailerLevelToBits(keep(request.conditions, current.conditions),
+                                             request.keysToUse, mifare::kTrailerMask, access);
     if (std::any_of(statuses.begin(), statuses.end(),
                     [](int status) { return status != mifare::kConverted; })) {
       return refuse(failure::kInvalidSecurity);
@@ -136,7 +124,7 @@ sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const
     std::string block = keyA;
     const WipeOnExit wipeBlock(block);
     for (const std::uint8_t byte : access) block += mifare::HexByte(byte);
-    block += mifare::HexByte(bx.value_or(currentBx));
+    block += mifare::HexByte(bx.value_or(current.bx));
     block += keyB;
     return WriteDataBloc(trailerBloc, Key, KeyType, block) == sceError ? Failed() : Succeeded();
   });
