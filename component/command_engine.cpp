@@ -46,12 +46,12 @@ const char* ResultName(sceReturnCode result) {
 Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Continuation continuation,
                          std::string_view continuing) {
   TraceLog& trace = reporting_.trace;
-  const CommandSpec* spec = &SpecOf(command);
-  std::string_view commandName = spec->commandName;
+  const CommandDefinition* definition = &DefinitionOf(command);
+  std::string_view commandName = definition->commandName;
   Reply reply;
   PcscLong status = 0;
   try {
-    trace.Line("--> EncoderCommand(", spec->traceName, ")");
+    trace.Line("--> EncoderCommand(", definition->traceName, ")");
     if (session_.context() == 0) {
       trace.Line("Error, hContext = 0, encoder is closed");
       reporting_.record.Set({.Number = failure::kEncoderClosed.number,
@@ -71,12 +71,13 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
         const PcscIoRequest sendPci{static_cast<PcscDword>(session_.settings().protocol),
                                     kSendPciLength};
         PcscDword receiveLength = kReceiveBufferSize;
-        commandName = spec->code == Command::kDesfireSendNextData ? continuing : spec->commandName;
-        const Frame frame = BuildFrame(*spec, values, trace, trace.enabled());
-        if (spec->code == Command::kContinueResponse) {
+        commandName = definition->code == Command::kDesfireSendNextData ? continuing
+                                                                        : definition->commandName;
+        const Frame frame = BuildFrame(*definition, values, trace, trace.enabled());
+        if (definition->code == Command::kContinueResponse) {
           gathered.insert(gathered.end(), reply.data.begin(), reply.data.end());
         }
-        if (!spec->sent || frame.bytes.empty()) {
+        if (!definition->sent || frame.bytes.empty()) {
           // Nothing to send: deliberately the call succeeds.
           reply.statusWord = StatusWord();
           reply.result = sceSuccess;
@@ -131,7 +132,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
           if (frames >= kMaxChainFrames || gathered.size() + reply.data.size() >= kMaxChainBytes) {
             trace.Line("Continuation chain too long");
           } else {
-            spec = &SpecOf(Command::kContinueResponse);
+            definition = &DefinitionOf(Command::kContinueResponse);
             values = {};
             continue;
           }

@@ -76,7 +76,7 @@ struct FramePattern {
   std::size_t count = 0;
 };
 
-struct CommandSpec {
+struct CommandDefinition {
   const char* traceName;    // "--> EncoderCommand(<traceName>)"
   const char* commandName;  // "SCardTransmit:<commandName>" in the error record
   FramePattern pattern;
@@ -88,7 +88,7 @@ struct CommandSpec {
   bool masksRawKeys = false;
 };
 
-const CommandSpec& SpecOf(Command command);
+const CommandDefinition& DefinitionOf(Command command);
 
 // Compile-time reading of a frame as the table writes it (see the top of this file).
 consteval FramePattern Pattern(std::string_view text) {

@@ -68,15 +68,15 @@ std::size_t FrameSize(const FramePattern& pattern, std::span<const FrameArg> arg
 
 }  // namespace
 
-Frame BuildFrame(const CommandSpec& spec, std::span<const FrameArg> args, TraceLog& trace,
-                 bool shown) {
+Frame BuildFrame(const CommandDefinition& definition, std::span<const FrameArg> args,
+                 TraceLog& trace, bool shown) {
   Frame frame;
-  frame.bytes.reserve(FrameSize(spec.pattern, args));
+  frame.bytes.reserve(FrameSize(definition.pattern, args));
   NibbleWriter out(frame.bytes);
   std::size_t next = 0;
   static const FrameArg kNone{ByteView{}};
-  for (std::size_t i = 0; i < spec.pattern.count; ++i) {
-    const FramePiece& piece = spec.pattern.pieces.at(i);
+  for (std::size_t i = 0; i < definition.pattern.count; ++i) {
+    const FramePiece& piece = definition.pattern.pieces.at(i);
     if (piece.kind == FramePiece::Kind::kFixed) {
       out.Byte(piece.value);
       if (shown) AppendShown(frame.shown, piece.value);
@@ -109,7 +109,7 @@ Frame BuildFrame(const CommandSpec& spec, std::span<const FrameArg> args, TraceL
       }
     }
   }
-  if (shown && spec.masksRawKeys) frame.shown = MaskRawKeyFrame(frame.shown);
+  if (shown && definition.masksRawKeys) frame.shown = MaskRawKeyFrame(frame.shown);
   return frame;
 }
 

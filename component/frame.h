@@ -47,8 +47,8 @@ struct Frame {
 
 // Fills the command's pattern with the values in their order. Key material in the values is
 // remembered by the trace, so that later lines mask it too. shown: also write the trace's text.
-Frame BuildFrame(const CommandSpec& spec, std::span<const FrameArg> args, TraceLog& trace,
-                 bool shown);
+Frame BuildFrame(const CommandDefinition& definition, std::span<const FrameArg> args,
+                 TraceLog& trace, bool shown);
 
 // A raw request as the trace shows it: when it is a reader command that carries a MIFARE key
 // (load key, or a read or write with the key inside), the key digits are '*'.

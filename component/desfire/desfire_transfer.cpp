@@ -90,7 +90,7 @@ Exchanged Transfers::FramedSend(Command command, ByteView header, ByteView paylo
     const Reply reply =
         first ? card_.engine().Run(command, {size, frame})
               : card_.engine().Run(Command::kDesfireSendNextData, {size, frame},
-                                   Continuation::kReturn, SpecOf(command).commandName);
+                                   Continuation::kReturn, DefinitionOf(command).commandName);
     result.statusWord = reply.statusWord;
     if (reply.result != sceSuccess ||
         reply.statusWord != (last ? sw::kDesfireOk : sw::kMoreFrames)) {
