@@ -5,6 +5,9 @@
 #include <array>
 #include <cctype>
 #include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "component/reader_session.h"
 #include "component/texts.h"
@@ -14,6 +17,7 @@ namespace lumivex {
 
 namespace {
 
+constexpr std::string_view kFunction = "EncoderCommand";
 constexpr PcscDword kReceiveBufferSize = 4096;
 constexpr PcscDword kSendPciLength = 8;
 // A card that keeps answering 91AF must not hold the host forever nor fill its memory.
@@ -50,18 +54,20 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
   std::string_view commandName = definition->commandName;
   Reply reply;
   PcscLong status = 0;
+  const auto sentCommand = [&] { return "SCardTransmit:" + std::string(commandName); };
+  // A frame that could not be sent, or that the card refused: no data comes back.
+  const auto failed = [&](std::optional<std::string> retCode) {
+    reporting_.record.Fail(failure::kCommandFailed, kFunction, sentCommand(), std::move(retCode));
+    reply.data.clear();
+  };
   try {
     trace.Line("--> EncoderCommand(", definition->traceName, ")");
     if (session_.context() == 0) {
       trace.Line("Error, hContext = 0, encoder is closed");
-      reporting_.record.Set({.Number = failure::kEncoderClosed.number,
-                             .Description = failure::kEncoderClosed.description,
-                             .ComFunction = "EncoderCommand"});
+      reporting_.record.Fail(failure::kEncoderClosed, kFunction);
     } else if (session_.card() == 0) {
       trace.Line("Error, hCard = 0, no card under antenna");
-      reporting_.record.Set({.Number = failure::kEncoderEmpty.number,
-                             .Description = failure::kEncoderEmpty.description,
-                             .ComFunction = "EncoderCommand"});
+      reporting_.record.Fail(failure::kEncoderEmpty, kFunction);
     } else {
       std::size_t frames = 0;
       Bytes gathered;
@@ -96,12 +102,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
         if (trace.enabled()) trace.Line("Function returned: ", SCardErrorText(ScardNumber(status)));
         if (status != 0) {
           trace.Line("Call failed");
-          reporting_.record.Set({.Number = failure::kCommandFailed.number,
-                                 .Description = failure::kCommandFailed.description,
-                                 .ComFunction = "EncoderCommand",
-                                 .RdrCommand = "SCardTransmit:" + std::string(commandName),
-                                 .RdrRetCode = SCardErrorText(ScardNumber(status))});
-          reply.data.clear();
+          failed(SCardErrorText(ScardNumber(status)));
           break;
         }
         const std::size_t length = std::min<std::size_t>(receiveLength, kReceiveBufferSize);
@@ -141,12 +142,7 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
           reply.result = sceSuccess;
           break;
         }
-        reporting_.record.Set({.Number = failure::kCommandFailed.number,
-                               .Description = failure::kCommandFailed.description,
-                               .ComFunction = "EncoderCommand",
-                               .RdrCommand = "SCardTransmit:" + std::string(commandName),
-                               .RdrRetCode = reply.statusWord.Hex()});
-        reply.data.clear();
+        failed(reply.statusWord.Hex());
         break;
       }
     }
@@ -155,18 +151,14 @@ Reply CommandEngine::Run(Command command, std::span<const FrameArg> args, Contin
                SCardErrorText(ScardNumber(status)), "]");
     reporting_.record.Set({.Number = error.number(),
                            .Description = error.what(),
-                           .ComFunction = "EncoderCommand",
-                           .RdrCommand = "SCardTransmit:" + std::string(commandName),
+                           .ComFunction = std::string(kFunction),
+                           .RdrCommand = sentCommand(),
                            .RdrRetCode = SCardErrorText(ScardNumber(status))});
     reply.data.clear();
     reply.result = sceError;
   } catch (const std::exception& error) {
     trace.Line("Error: ", error.what());
-    reporting_.record.Set({.Number = failure::kCommandFailed.number,
-                           .Description = failure::kCommandFailed.description,
-                           .ComFunction = "EncoderCommand",
-                           .RdrCommand = "SCardTransmit:" + std::string(commandName)});
-    reply.data.clear();
+    failed(std::nullopt);
     reply.result = sceError;
   }
   trace.Line("<-- EncoderCommand returns: ", ResultName(reply.result));

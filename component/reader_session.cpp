@@ -222,9 +222,7 @@ sceReturnCode ReaderSession::SelectCardInRange() {
   Identify("");
   if (context_ == 0) {
     trace.Line("hContext = 0, encoder is closed");
-    reporting_.record.Set({.Number = failure::kEncoderClosed.number,
-                           .Description = failure::kEncoderClosed.description,
-                           .ComFunction = "SelectCardInRange"});
+    reporting_.record.Fail(failure::kEncoderClosed, "SelectCardInRange");
     trace.Line("<-- SelectCardInRange");
     return sceError;
   }

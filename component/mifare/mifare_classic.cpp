@@ -77,8 +77,7 @@ sceReturnCode MifareClassic::WriteDataBloc(std::int32_t BlocNumber, const std::s
   Operation operation(reporting_, {.name = kName});
   return operation.Run([&] {
     if (!IsHexString(BlocContents, static_cast<std::int32_t>(kBlocDigits))) {
-      reporting_.record.Set(
-          {failure::kBlocNot32Hex.number, failure::kBlocNot32Hex.description, 0, kName, "", ""});
+      reporting_.record.Fail(failure::kBlocNot32Hex, kName);
       return Refused();
     }
     if (session_.SelectCardInRange() == sceError) return Failed();
@@ -133,8 +132,7 @@ sceReturnCode MifareClassic::WriteBytesInBloc(std::int32_t BlocNumber, const std
       return Failed();
     }
     if (FromByte >= 16 || ToByte >= 16 || ToByte < FromByte) {
-      reporting_.record.Set({failure::kIncorrectOffsets.number,
-                             failure::kIncorrectOffsets.description, 0, kName, "", ""});
+      reporting_.record.Fail(failure::kIncorrectOffsets, kName);
       BlocContents = current;
       return Refused();
     }

@@ -70,7 +70,7 @@ sceReturnCode MifareClassic::WriteSectorTrailer(std::int32_t SectorNumber, const
   Operation operation(reporting_, {.name = kName});
   return operation.Run([&] {
     const auto refuse = [&](const Failure& failure) {
-      reporting_.record.Set({failure.number, failure.description, 0, kName, "", ""});
+      reporting_.record.Fail(failure, kName);
       return Refused();
     };
     std::string keyA = KeyA;
