@@ -1,5 +1,7 @@
 #include "component/hex.h"
 
+#include "crypto/hex_codec.h"
+
 #include <algorithm>
 #include <cctype>
 #include <string_view>
@@ -61,10 +63,7 @@ std::vector<std::uint8_t> HexToBytes(const std::string& text) {
 }
 
 std::string ByteArrayToHex(std::span<const std::uint8_t> bytes) {
-  std::string text;
-  text.reserve(bytes.size() * 2);
-  for (const std::uint8_t byte : bytes) AppendByte(text, byte);
-  return text;
+  return crypto::FormatHex(bytes, false);
 }
 
 }  // namespace lumivex

@@ -139,13 +139,6 @@ void CryptGroup(bool decipher, std::span<const DesKeySchedule> keys, const std::
   }
 }
 
-std::uint64_t OneBlock(bool decipher, const DesKeySchedule& key, std::uint64_t block) {
-  std::array<std::uint8_t, kBlock> bytes{};
-  StoreBlock(block, bytes);
-  CryptGroup<1>(decipher, std::span(&key, 1), bytes.data(), bytes.data());
-  return LoadBlock(bytes);
-}
-
 }  // namespace
 
 DesKeySchedule::~DesKeySchedule() {
@@ -172,21 +165,8 @@ void DesKeySchedule::Set(std::uint64_t key) {
   SecureWipe(&d, sizeof(d));
 }
 
-std::uint64_t DesKeySchedule::Encrypt(std::uint64_t block) const {
-  return OneBlock(false, *this, block);
-}
-
-std::uint64_t DesKeySchedule::Decrypt(std::uint64_t block) const {
-  return OneBlock(true, *this, block);
-}
-
 std::uint64_t LoadBlock(std::span<const std::uint8_t, 8> bytes) {
   return (std::uint64_t{Load32(bytes.data())} << 32) | Load32(bytes.data() + 4);
-}
-
-void StoreBlock(std::uint64_t block, std::span<std::uint8_t, 8> bytes) {
-  Store32(static_cast<std::uint32_t>(block >> 32), bytes.data());
-  Store32(static_cast<std::uint32_t>(block), bytes.data() + 4);
 }
 
 namespace detail {

@@ -1,6 +1,5 @@
-// The DES block primitive (FIPS 46-3): key schedule, one 64-bit block at a time, and ECB over many
-// blocks, single or triple DES EDE. DesCipher is the public cipher built on it; the fuzz targets
-// use the one-block calls as their reference.
+// The DES block primitive (FIPS 46-3): key schedule and ECB over many blocks, single or triple DES
+// EDE. DesCipher is the public cipher built on it.
 #pragma once
 
 #include <array>
@@ -12,14 +11,11 @@ namespace lumivex::crypto {
 class DesKeySchedule {
  public:
   DesKeySchedule() = default;
-  explicit DesKeySchedule(std::uint64_t key) { Set(key); }
   ~DesKeySchedule();  // wipes the round keys
   DesKeySchedule(const DesKeySchedule&) = default;
   DesKeySchedule& operator=(const DesKeySchedule&) = default;
 
   void Set(std::uint64_t key);  // parity bits ignored
-  [[nodiscard]] std::uint64_t Encrypt(std::uint64_t block) const;
-  [[nodiscard]] std::uint64_t Decrypt(std::uint64_t block) const;
 
   // The 16 round keys in the layout the rounds read (see des_tables.h).
   [[nodiscard]] const std::array<std::uint64_t, 16>& rounds() const { return rounds_; }
@@ -28,9 +24,8 @@ class DesKeySchedule {
   std::array<std::uint64_t, 16> rounds_{};
 };
 
-// Big-endian load/store of an 8-byte block.
+// Big-endian load of an 8-byte block.
 std::uint64_t LoadBlock(std::span<const std::uint8_t, 8> bytes);
-void StoreBlock(std::uint64_t block, std::span<std::uint8_t, 8> bytes);
 
 namespace detail {
 
