@@ -190,7 +190,7 @@ PcscLong SimulatedPcsc::Status(PcscHandle card, std::string* readerName, PcscDwo
   std::lock_guard lock(mutex_);
   const auto found = handles_.connections.find(card);
   if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
-  if (found->second.cardGeneration != slot_.cardGeneration || !slot_.reader.HasCard()) {
+  if (!slot_.Holds(found->second.cardGeneration)) {
     return Result(scard::W_REMOVED_CARD);
   }
   if (readerName != nullptr) *readerName = readerName_;
@@ -208,7 +208,7 @@ PcscLong SimulatedPcsc::GetAttrib(PcscHandle card, PcscDword attributeId, std::u
   std::lock_guard lock(mutex_);
   const auto found = handles_.connections.find(card);
   if (found == handles_.connections.end()) return Result(scard::E_INVALID_HANDLE);
-  if (found->second.cardGeneration != slot_.cardGeneration || !slot_.reader.HasCard()) {
+  if (!slot_.Holds(found->second.cardGeneration)) {
     return Result(scard::W_REMOVED_CARD);
   }
   std::vector<std::uint8_t> value;
@@ -249,7 +249,7 @@ PcscLong SimulatedPcsc::Transmit(PcscHandle card, const PcscIoRequest* sendPci,
       recvLength == nullptr) {
     return Result(scard::E_INVALID_PARAMETER);
   }
-  if (found->second.cardGeneration != slot_.cardGeneration || !slot_.reader.HasCard()) {
+  if (!slot_.Holds(found->second.cardGeneration)) {
     return Result(scard::W_REMOVED_CARD);
   }
   if (sendPci->dwProtocol != found->second.protocol) return Result(scard::E_PROTO_MISMATCH);

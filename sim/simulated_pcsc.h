@@ -60,6 +60,10 @@ class SimulatedPcsc : public PcscApi {
     std::uint64_t cardGeneration = 0;
     PcscDword offeredProtocols = scard::PROTOCOL_T0 | scard::PROTOCOL_T1;
     std::size_t transmits = 0;
+    // A connection made to the card of this generation still reaches it.
+    [[nodiscard]] bool Holds(std::uint64_t generation) const {
+      return generation == cardGeneration && reader.HasCard();
+    }
   };
   // The contexts and card connections given out, and the numbers the next ones get.
   struct Handles {

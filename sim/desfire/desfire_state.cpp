@@ -38,12 +38,6 @@ Application* CardContents::Find(const Aid& aid) {
   return found == applications.end() ? nullptr : &*found;
 }
 
-const Application* CardContents::Find(const Aid& aid) const {
-  auto found = std::find_if(applications.begin(), applications.end(),
-                            [&](const Application& app) { return app.aid == aid; });
-  return found == applications.end() ? nullptr : &*found;
-}
-
 std::uint64_t CardContents::FreeMemory() const {
   return totalMemory > usedMemory ? totalMemory - usedMemory : 0;
 }
@@ -55,10 +49,6 @@ Application* CardState::Selected() {
   return selected ? contents.Find(*selected) : nullptr;
 }
 
-const Application* CardState::Selected() const {
-  return selected ? contents.Find(*selected) : nullptr;
-}
-
 std::vector<StoredKey>& CardState::CurrentKeys() {
   Application* app = Selected();
   return app != nullptr ? app->keys : contents.keys;
@@ -66,11 +56,6 @@ std::vector<StoredKey>& CardState::CurrentKeys() {
 
 std::uint8_t& CardState::CurrentSettings() {
   Application* app = Selected();
-  return app != nullptr ? app->settings : contents.settings;
-}
-
-std::uint8_t CardState::CurrentSettings() const {
-  const Application* app = Selected();
   return app != nullptr ? app->settings : contents.settings;
 }
 

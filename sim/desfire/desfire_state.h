@@ -62,7 +62,6 @@ struct CardContents {
   explicit CardContents(std::uint64_t total) : totalMemory(total) {}
 
   [[nodiscard]] Application* Find(const Aid& aid);
-  [[nodiscard]] const Application* Find(const Aid& aid) const;
   [[nodiscard]] std::uint64_t FreeMemory() const;
 
   std::uint8_t settings = 0x0F;
@@ -79,12 +78,10 @@ struct CardState {
   explicit CardState(const DesfireOptions& options);
 
   [[nodiscard]] Application* Selected();
-  [[nodiscard]] const Application* Selected() const;
   [[nodiscard]] bool AtPiccLevel() const { return !selected.has_value(); }
   // The keys and key settings of the selected application, or of the card (PICC) level.
   std::vector<StoredKey>& CurrentKeys();
   std::uint8_t& CurrentSettings();
-  [[nodiscard]] std::uint8_t CurrentSettings() const;
   // The file of the selected application that the first byte of `data` names; null, with the
   // status that says why, when there is none.
   File* FindFile(Data data, Status& status);
