@@ -48,6 +48,7 @@ class RealStack : public testing::Test {
 
 TEST_F(RealStack, MifareSessionHoldsTheCardExclusively) {
   ASSERT_NO_FATAL_FAILURE(OpenOn("mifare"));
+  if (IsSkipped()) return;  // a skip in the helper only leaves the helper
   std::string uid;
   ASSERT_EQ(encoder.ReadSerialNumber(uid), sceSuccess);
   EXPECT_EQ(uid, "12345678");

@@ -26,7 +26,6 @@ class VirtualHost : public Host {
   }
 
   void SetLocalNow(const LocalDateTime& t) { local_ = t; }
-  void Advance(std::chrono::milliseconds d) { now_ += d; }
   std::chrono::milliseconds waited() const { return waited_; }
   int waits() const { return waits_; }
 
